@@ -1,0 +1,27 @@
+# The two commands: `make demo` and `make test`. Both install what is missing, build, and run
+# under a virtual X server when there is no display.
+BUILD_DIR ?= build
+BUILD_TYPE ?= RelWithDebInfo
+JOBS ?= $(shell nproc)
+
+.PHONY: all setup configure build demo test clean
+
+all: build
+
+setup:
+	@scripts/setup.sh
+
+configure: setup
+	@cmake -S . -B $(BUILD_DIR) -DCMAKE_BUILD_TYPE=$(BUILD_TYPE) >/dev/null
+
+build: configure
+	@cmake --build $(BUILD_DIR) -j $(JOBS)
+
+demo: build
+	@scripts/with-x.sh $(BUILD_DIR)/examples/kesto_egl_info
+
+test: build
+	@scripts/with-x.sh ctest --test-dir $(BUILD_DIR) --output-on-failure -j $(JOBS)
+
+clean:
+	rm -rf $(BUILD_DIR)

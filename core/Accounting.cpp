@@ -1,0 +1,8 @@
+#include "core/Accounting.h"
+
+namespace kesto {
+
+std::atomic<int32_t> g_newCount{0};
+std::atomic<int32_t> g_newArrayCount{0};
+
+}  // namespace kesto

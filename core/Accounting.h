@@ -1,0 +1,54 @@
+// Counted allocation of engine objects.
+//
+// Every heap object and array the engine creates goes through these helpers so that the resource
+// statistics can show leaks: the counters drop back to zero once everything has been destroyed.
+// Producer threads allocate too, hence atomics; relaxed order is enough for counters.
+#pragma once
+
+#include <atomic>
+#include <cstddef>
+#include <cstdint>
+#include <new>
+#include <utility>
+
+namespace kesto {
+
+extern std::atomic<int32_t> g_newCount;
+extern std::atomic<int32_t> g_newArrayCount;
+
+template <class T, class... Args>
+T* NewObject(Args&&... args) {
+    T* object = new (std::nothrow) T(std::forward<Args>(args)...);
+    if (object != nullptr) {
+        g_newCount.fetch_add(1, std::memory_order_relaxed);
+    }
+    return object;
+}
+
+template <class T>
+void DeleteObject(T* object) {
+    if (object != nullptr) {
+        g_newCount.fetch_sub(1, std::memory_order_relaxed);
+        delete object;
+    }
+}
+
+// Elements are value-initialised (zero for scalars).
+template <class T>
+T* NewArray(size_t count) {
+    T* array = new (std::nothrow) T[count]();
+    if (array != nullptr) {
+        g_newArrayCount.fetch_add(1, std::memory_order_relaxed);
+    }
+    return array;
+}
+
+template <class T>
+void DeleteArray(T* array) {
+    if (array != nullptr) {
+        g_newArrayCount.fetch_sub(1, std::memory_order_relaxed);
+        delete[] array;
+    }
+}
+
+}  // namespace kesto

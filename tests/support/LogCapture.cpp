@@ -1,0 +1,115 @@
+#include "tests/support/LogCapture.h"
+
+#include <unistd.h>
+
+#include <cstdio>
+#include <cstdlib>
+#include <map>
+#include <mutex>
+#include <regex>
+
+namespace kesto::test {
+
+LogCapture::LogCapture() {
+    std::fflush(stderr);
+    char path[] = "/tmp/kesto-log-XXXXXX";
+    captureFd_ = mkstemp(path);
+    if (captureFd_ < 0) {
+        std::perror("LogCapture mkstemp");
+        std::abort();
+    }
+    unlink(path);
+    savedFd_ = dup(STDERR_FILENO);
+    dup2(captureFd_, STDERR_FILENO);
+}
+
+LogCapture::~LogCapture() {
+    stop();
+}
+
+void LogCapture::stop() {
+    if (stopped_) {
+        return;
+    }
+    stopped_ = true;
+    std::fflush(stderr);
+    dup2(savedFd_, STDERR_FILENO);
+    close(savedFd_);
+    lseek(captureFd_, 0, SEEK_SET);
+    char buffer[4096];
+    ssize_t got;
+    while ((got = read(captureFd_, buffer, sizeof buffer)) > 0) {
+        raw_.append(buffer, static_cast<size_t>(got));
+    }
+    close(captureFd_);
+
+    static const std::regex kLine(
+        R"(^(\S+) ([VDIWEF]) \d\d-\d\d \d\d:\d\d:\d\d(?:\.\d+)?\s+\d+\s+\d+ (.*)$)");
+    size_t start = 0;
+    while (start < raw_.size()) {
+        size_t end = raw_.find('\n', start);
+        if (end == std::string::npos) {
+            end = raw_.size();
+        }
+        const std::string line = raw_.substr(start, end - start);
+        std::smatch match;
+        if (std::regex_match(line, match, kLine)) {
+            lines_.push_back({match[1], match[2].str()[0], match[3]});
+        }
+        start = end + 1;
+    }
+}
+
+const std::vector<LogLine>& LogCapture::lines() {
+    stop();
+    return lines_;
+}
+
+int LogCapture::count(const std::string& tag, char priority, const std::string& message) {
+    int found = 0;
+    for (const LogLine& line : lines()) {
+        found += line.tag == tag && line.priority == priority && line.message == message;
+    }
+    return found;
+}
+
+std::vector<std::string> LogCapture::messages(const std::string& tag) {
+    std::vector<std::string> result;
+    for (const LogLine& line : lines()) {
+        if (line.tag == tag) {
+            result.push_back(line.message);
+        }
+    }
+    return result;
+}
+
+std::string LogCapture::text() {
+    stop();
+    return raw_;
+}
+
+namespace {
+
+std::mutex g_maskLock;
+std::map<std::string, int>& MaskReads() {
+    static std::map<std::string, int> reads;
+    return reads;
+}
+
+}  // namespace
+
+int LogMaskReads(const std::string& tag) {
+    std::lock_guard<std::mutex> guard(g_maskLock);
+    return MaskReads()[tag];
+}
+
+}  // namespace kesto::test
+
+// Stands in for the device's mask initialiser: everything on, and every read counted.
+extern "C" void __xollog_init_mask(const char* tag, int /*level*/, unsigned char* mask) {
+    {
+        std::lock_guard<std::mutex> guard(kesto::test::g_maskLock);
+        ++kesto::test::MaskReads()[tag];
+    }
+    *mask = 16 | 4 | 2;
+}
