@@ -4,35 +4,29 @@
 
 #include <gtest/gtest.h>
 
+#include <array>
 #include <cstdint>
 #include <ostream>
-
-#include "core/Accounting.h"
 
 namespace kesto::test {
 
 struct ResourceCounters {
-    int32_t newCount;
-    int32_t newArrayCount;
+    static constexpr int kCount = 16;
+    static const char* const kNames[kCount];
+    std::array<int32_t, kCount> values;
 
-    static ResourceCounters Now() {
-        return {g_newCount.load(std::memory_order_relaxed),
-                g_newArrayCount.load(std::memory_order_relaxed)};
-    }
-    bool operator==(const ResourceCounters& other) const {
-        return newCount == other.newCount && newArrayCount == other.newArrayCount;
-    }
+    static ResourceCounters Now();
+    bool operator==(const ResourceCounters& other) const { return values == other.values; }
+    int32_t operator[](const char* name) const;
 };
 
-inline std::ostream& operator<<(std::ostream& out, const ResourceCounters& c) {
-    return out << "{new " << c.newCount << ", new[] " << c.newArrayCount << "}";
-}
+std::ostream& operator<<(std::ostream& out, const ResourceCounters& counters);
 
 // Fails the running test when the counters differ at scope exit from what they were at entry.
 class CountersRestored {
   public:
     CountersRestored() : before_(ResourceCounters::Now()) {}
-    ~CountersRestored() { EXPECT_EQ(before_, ResourceCounters::Now()) << "engine objects leaked"; }
+    ~CountersRestored() { EXPECT_EQ(before_, ResourceCounters::Now()) << "resources leaked"; }
 
   private:
     ResourceCounters before_;

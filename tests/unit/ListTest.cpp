@@ -66,7 +66,7 @@ TEST(ListTest, PushPopAndClearCountEveryNode) {
     ASSERT_TRUE(list.push_back({1, 0}));
     ASSERT_TRUE(list.push_front({0, 1}));
     ASSERT_TRUE(list.push_back({2, 2}));
-    EXPECT_EQ(start.newCount + 3, ResourceCounters::Now().newCount);
+    EXPECT_EQ(start["new"] + 3, ResourceCounters::Now()["new"]);
     ExpectConsistent(list);
     std::vector<int> keys;
     for (const Item& item : Forward(list)) {

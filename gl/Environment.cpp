@@ -1,0 +1,140 @@
+#include "gl/Environment.h"
+
+#include "core/Accounting.h"
+#include "gl/Context.h"
+#include "image/Bitmap.h"
+#include "image/Texture.h"
+#include "platform/Log.h"
+#include "shader/Shader.h"
+#include "shader/ShaderProgram.h"
+
+KESTO_LOG_TAG("KestoEnv");
+
+namespace kesto {
+
+Environment::Counter Environment::eglDisplayCount{0};
+Environment::Counter Environment::eglDisplayRealCount{0};
+Environment::Counter Environment::eglContextCount{0};
+Environment::Counter Environment::eglContextRealCount{0};
+Environment::Counter Environment::eglSurfaceCount{0};
+Environment::Counter Environment::eglSurfaceRealCount{0};
+
+Environment::~Environment() {
+    if (inited) {
+        KLOGE("KestoEnv Should call deinit().");
+    }
+    LogResourceCount();
+}
+
+bool Environment::init(int red, int green, int blue, int alpha) {
+    KLOGI("KestoEnv init +");
+    eglDisplay = eglGetDisplay(EGL_DEFAULT_DISPLAY);
+    if (eglDisplay == EGL_NO_DISPLAY) {
+        KLOGE("eglGetDisplay NG");
+        deinit();
+        return false;
+    }
+    EGLint major = 0;
+    EGLint minor = 0;
+    if (!eglInitialize(eglDisplay, &major, &minor)) {
+        KLOGE("eglInitialize NG %08X", eglGetError());
+        eglDisplay = EGL_NO_DISPLAY;
+        deinit();
+        return false;
+    }
+    KLOGI("egl version: %d %d", major, minor);
+    redSize = red;
+    greenSize = green;
+    blueSize = blue;
+    alphaSize = alpha;
+    CountUp(eglDisplayCount);
+    CountUp(eglDisplayRealCount);
+    inited = 1;
+    KLOGI("KestoEnv init -");
+    return true;
+}
+
+void Environment::deinit() {
+    KLOGI("KestoEnv deinit +");
+    if (defaultContext != nullptr) {
+        DeleteObject(defaultContext);
+        defaultContext = nullptr;
+    }
+    redSize = greenSize = blueSize = alphaSize = 0;
+    if (eglDisplay != EGL_NO_DISPLAY) {
+        if (!eglMakeCurrent(eglDisplay, EGL_NO_SURFACE, EGL_NO_SURFACE, EGL_NO_CONTEXT)) {
+            KLOGE("eglMakeCurrent NG %X", eglGetError());
+        }
+        CountDown(eglDisplayCount);
+        if (eglTerminate(eglDisplay)) {
+            CountDown(eglDisplayRealCount);
+        } else {
+            KLOGE("eglTerminate NG %X", eglGetError());
+        }
+        eglDisplay = EGL_NO_DISPLAY;
+    }
+    inited = 0;
+    KLOGI("KestoEnv deinit -");
+}
+
+Context* Environment::getDefaultContext() {
+    if (!inited) {
+        KLOGE("getDefaultContext() NG - env not inited.");
+        return nullptr;
+    }
+    if (defaultContext != nullptr) {
+        return defaultContext;
+    }
+    KLOGI("Create default context.");
+    defaultContext = NewObject<Context>();
+    if (defaultContext == nullptr) {
+        KLOGE("new default Context NG");
+        return nullptr;
+    }
+    if (defaultContext->init(this, redSize, greenSize, blueSize, alphaSize)) {
+        return defaultContext;
+    }
+    KLOGE("init default Context NG");
+    DeleteObject(defaultContext);
+    defaultContext = nullptr;
+    return nullptr;
+}
+
+namespace {
+
+int32_t Read(const std::atomic<int32_t>& counter) {
+    return counter.load(std::memory_order_relaxed);
+}
+
+}  // namespace
+
+void Environment::LogResourceCount() {
+    KLOGI("eglDisplay %d %d", Read(eglDisplayCount), Read(eglDisplayRealCount));
+    KLOGI("eglContext %d %d", Read(eglContextCount), Read(eglContextRealCount));
+    KLOGI("eglSurface %d %d", Read(eglSurfaceCount), Read(eglSurfaceRealCount));
+    const struct {
+        const char* format;
+        int32_t value;
+    } objects[] = {{"Window %d", Read(windowCount)},
+                   {"Scene %d", Read(sceneCount)},
+                   {"SceneNode %d", Read(sceneNodeCount)},
+                   {"Camera %d", Read(cameraCount)},
+                   {"Mesh %d", Read(meshCount)}};
+    for (const auto& row : objects) {
+        if (row.value != 0) {
+            KLOGI(row.format, row.value);
+        }
+    }
+    KLOGI("Shader %d %d", Read(Shader::GLShadersCount), Read(Shader::ShadersCount));
+    KLOGI("ShaderProgram %d %d", Read(ShaderProgram::GLProgramsCount),
+          Read(ShaderProgram::ProgramsCount));
+    KLOGI("Bitmap %d %d %d", Read(bitmapCount), Read(Bitmap::BitmapCount),
+          Read(Bitmap::BitmapBytes));
+    KLOGI("Texture %d GL %d %d", Read(textureCount), Read(Texture::GLTexturesCount),
+          Read(Texture::GLTexturesBytes));
+    KLOGI("GLArrayBuffer %d", Read(glArrayBufferCount));
+    KLOGI("new %d", Read(g_newCount));
+    KLOGI("new [] %d", Read(g_newArrayCount));
+}
+
+}  // namespace kesto

@@ -1,0 +1,56 @@
+// A native window bound to an EGL window surface of one context, with its default viewport.
+// Runs the frame: make the surface current, clear when needed, render the viewport, swap.
+#pragma once
+
+#include <EGL/egl.h>
+
+#include <cstdint>
+
+#include "core/Vector.h"
+#include "gl/Viewport.h"
+
+namespace kesto {
+
+class Context;
+class Environment;
+class SceneNode;
+
+class Window {
+  public:
+    Environment* environment;
+    Context* context;
+    EGLSurface eglSurface = EGL_NO_SURFACE;
+    int32_t width = 0;
+    int32_t height = 0;
+    float clearColor[4] = {0.0f, 0.0f, 0.0f, 0.0f};
+    Viewport defaultViewport;
+    uint32_t frameStartTime = 0;
+    uint32_t renderEndTime = 0;
+    uint32_t flushEndTime = 0;
+    uint32_t lastClearTime = 0;
+    // Stored for a frame-time report the engine does not print.
+    int32_t showFrameInfoThreshold = 20;
+    // What present last cleared the back buffer to; a colour no caller uses until then.
+    float lastClearColor[4];
+
+    Window(Environment* env, Context* ctx);
+    ~Window();
+    Window(const Window&) = delete;
+    Window& operator=(const Window&) = delete;
+
+    // Makes the new surface current on the calling thread.
+    bool bindSurface(EGLNativeWindowType nativeWindow, int surfaceWidth, int surfaceHeight);
+    void unbindSurface();
+    void setClearColor(float r, float g, float b, float a);
+    void render();
+    // Swaps, then clears the new back buffer at once so the next render can skip its clear.
+    void present();
+    bool hitTest(int x, int y, Vector* hitPosition, Vector* hitNormal, Vector* hitDirection);
+    // A null viewport means the default one.
+    bool querySceneNodeOriginPositionOnViewport(Viewport* viewport, SceneNode& node, Vector* out);
+
+  private:
+    void resetLastClearColor();
+};
+
+}  // namespace kesto

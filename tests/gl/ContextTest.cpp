@@ -1,0 +1,190 @@
+#include <gtest/gtest.h>
+
+#include <EGL/egl.h>
+
+#include <string>
+#include <vector>
+
+#include "core/Accounting.h"
+#include "gl/Renderer.h"
+#include "scene/VertexBuffer.h"
+#include "shader/DefaultShader.h"
+#include "shader/Shader.h"
+#include "shader/ShaderManager.h"
+#include "shader/ShaderProgram.h"
+#include "tests/support/GlFixture.h"
+#include "tests/support/LogCapture.h"
+
+namespace kesto {
+namespace {
+
+using test::GlTest;
+using test::LogCapture;
+using test::ResourceCounters;
+
+EGLint ConfigAttribute(Environment* env, EGLConfig config, EGLint attribute) {
+    EGLint value = -1;
+    eglGetConfigAttrib(env->eglDisplay, config, attribute, &value);
+    return value;
+}
+
+using ContextTest = GlTest;
+
+TEST_F(ContextTest, InitChoosesTheExactConfigAndLeavesNothingCurrent) {
+    Context own;
+    LogCapture log;
+    ASSERT_TRUE(own.init(env, 8, 8, 8, 0));
+    EXPECT_EQ(EGL_NO_CONTEXT, eglGetCurrentContext());
+    for (EGLint attribute : {EGL_RED_SIZE, EGL_GREEN_SIZE, EGL_BLUE_SIZE}) {
+        EXPECT_EQ(8, ConfigAttribute(env, own.eglConfig, attribute));
+    }
+    EXPECT_EQ(0, ConfigAttribute(env, own.eglConfig, EGL_ALPHA_SIZE));
+    EXPECT_EQ(own.pbufferSurface, own.currentSurface);
+    ASSERT_NE(nullptr, own.renderer);
+    ASSERT_NE(nullptr, own.shaderManager);
+
+    const std::vector<std::string> messages = log.messages("KestoContext");
+    ASSERT_GE(messages.size(), 6u);
+    EXPECT_EQ("init +", messages.front());
+    EXPECT_EQ(0u, messages[1].rfind("eglChooseConfig ", 0)) << messages[1];
+    EXPECT_EQ(0u, messages[2].rfind("eglConfig index:", 0)) << messages[2];
+    EXPECT_NE(std::string::npos, messages[2].find("red:8 green:8 blue:8 alpha:0"));
+    EXPECT_EQ("GLES2", messages[3]);
+    EXPECT_EQ("Context created.", messages[4]);
+    EXPECT_EQ("init -", messages.back());
+}
+
+TEST_F(ContextTest, WithoutAnExactConfigTheFirstIsTakenSilently) {
+    // The 24-bit screen has no 5-6-5 configs; EGL lists deeper ones that still match.
+    Context own;
+    LogCapture log;
+    ASSERT_TRUE(own.init(env, 5, 6, 5, 0));
+    EXPECT_EQ(8, ConfigAttribute(env, own.eglConfig, EGL_GREEN_SIZE));
+    for (const std::string& message : log.messages("KestoContext")) {
+        EXPECT_EQ(std::string::npos, message.find("eglConfig index:")) << message;
+    }
+}
+
+TEST_F(ContextTest, SecondInitIsRefusedAndTheContextKeepsWorking) {
+    LogCapture log;
+    EXPECT_FALSE(context->init(env, 8, 8, 8, 0));
+    EXPECT_TRUE(log.has("KestoContext", 'E', "init NG - already inited"));
+    ASSERT_TRUE(context->runOnCurrentThread());
+    EXPECT_NE(nullptr, context->getShaderProgram(DefaultShader::DEFAULT_SP));
+    EXPECT_EQ(GLenum(GL_NO_ERROR), glGetError());
+}
+
+TEST_F(ContextTest, FailedInitsTearEverythingDown) {
+    const ResourceCounters before = ResourceCounters::Now();
+    {
+        Context noEnvironment;
+        LogCapture log;
+        EXPECT_FALSE(noEnvironment.init(nullptr, 8, 8, 8, 0));
+        EXPECT_TRUE(log.has("KestoContext", 'E', "init() NG - null environment"));
+    }
+    {
+        // No config has 16-bit channels.
+        Context impossible;
+        LogCapture log;
+        EXPECT_FALSE(impossible.init(env, 16, 16, 16, 16));
+        EXPECT_TRUE(log.has("KestoContext", 'E', "eglChooseConfig NG - no match"));
+        EXPECT_EQ(nullptr, impossible.renderer);
+        EXPECT_EQ(EGL_NO_CONTEXT, impossible.eglContext);
+    }
+    EXPECT_EQ(before, ResourceCounters::Now());
+}
+
+TEST_F(ContextTest, DeinitOfAnUninitialisedContextLogsOnlyItsFrame) {
+    Context idle;
+    LogCapture log;
+    idle.deinit();
+    idle.deinit();
+    const std::vector<std::string> expected = {"deinit +", "Context eglMakeCurrent - deinit()",
+                                               "Context VertexBuffer (0,0) (0,0 bytes) 0",
+                                               "deinit -"};
+    std::vector<std::string> twice = expected;
+    twice.insert(twice.end(), expected.begin(), expected.end());
+    EXPECT_EQ(twice, log.messages("KestoContext"));
+}
+
+TEST_F(ContextTest, TargetSurfaceNullReturnsToThePbuffer) {
+    EXPECT_TRUE(context->targetSurface(nullptr));
+    EXPECT_EQ(context->pbufferSurface, context->currentSurface);
+    EXPECT_EQ(context->pbufferSurface, eglGetCurrentSurface(EGL_DRAW));
+
+    Context idle;
+    LogCapture log;
+    EXPECT_FALSE(idle.targetSurface(nullptr));
+    EXPECT_FALSE(idle.runOnCurrentThread());
+    idle.removeFromCurrentThread();
+    EXPECT_TRUE(log.has("KestoContext", 'E', "targetSurface NG - null context"));
+    EXPECT_TRUE(log.has("KestoContext", 'E', "runOnCurrentThread NG - null context"));
+    EXPECT_TRUE(log.has("KestoContext", 'E', "removeFromCurrentThread NG - null context"));
+}
+
+TEST_F(ContextTest, VertexBufferAccountingKeepsPeaksAndRefusesStrangers) {
+    VertexBuffer a, b;
+    a.bufferSize = 80;
+    b.bufferSize = 20;
+    ASSERT_TRUE(context->registerVertexBuffer(&a));
+    ASSERT_TRUE(context->registerVertexBuffer(&b));
+    EXPECT_EQ(context, a._glResourceContext);
+
+    Context other;
+    LogCapture log;
+    EXPECT_FALSE(context->registerVertexBuffer(&a));
+    EXPECT_FALSE(context->registerVertexBuffer(nullptr));
+    other.unregisterVertexBuffer(&a);
+    EXPECT_EQ(context, a._glResourceContext);
+    context->unregisterVertexBuffer(&a);
+    EXPECT_EQ(nullptr, a._glResourceContext);
+    context->logResource();
+    EXPECT_TRUE(
+        log.has("KestoContext", 'E', "registerVertexBuffer NG - vertexBuffer already registered"));
+    EXPECT_TRUE(log.has("KestoContext", 'E', "registerVertexBuffer NG - null vertexBuffer"));
+    EXPECT_TRUE(log.has("KestoContext", 'E', "unregisterVertexBuffer NG - context not match"));
+    EXPECT_TRUE(log.has("KestoContext", 'I', "Context VertexBuffer (1,2) (20,100 bytes) 2"));
+
+    // deinit keeps what is still registered but forgets the peaks.
+    LogCapture deinitLog;
+    context->deinit();
+    EXPECT_EQ(1, context->vertexBufferCount);
+    EXPECT_EQ(20, context->vertexBufferBytes);
+    EXPECT_EQ(0, context->vertexBufferPeakCount);
+    EXPECT_EQ(0, context->vertexBufferRegisterCount);
+    context->unregisterVertexBuffer(&b);  // no longer ours: the context forgot its environment
+    EXPECT_EQ(nullptr, b._glResourceContext);
+}
+
+TEST_F(ContextTest, BuiltInProgramsLinkAndShareTheirShaders) {
+    const ResourceCounters before = ResourceCounters::Now();
+    for (const char* name : {DefaultShader::DEFAULT_SP, DefaultShader::NO_TEXTURE_SP,
+                             DefaultShader::POST_PROCESS_BLUR_SP, DefaultShader::BLUR_SP,
+                             DefaultShader::OES_TEXTURE_SP}) {
+        ShaderProgram* program = context->getShaderProgram(name);
+        ASSERT_NE(nullptr, program) << name;
+        GLint linked = 0;
+        glGetProgramiv(program->glProgram, GL_LINK_STATUS, &linked);
+        EXPECT_EQ(GL_TRUE, linked) << name;
+        EXPECT_EQ(program, context->getShaderProgram(name)) << "built once: " << name;
+        EXPECT_EQ(GLenum(GL_NO_ERROR), glGetError()) << name;
+    }
+    // Eight distinct shaders although two of them serve two programs each.
+    const ResourceCounters after = ResourceCounters::Now();
+    EXPECT_EQ(8, after["GLShader"] - before["GLShader"]);
+    EXPECT_EQ(5, after["GLProgram"] - before["GLProgram"]);
+}
+
+TEST_F(ContextTest, RegistrationTwiceFailsAtTheFirstShader) {
+    ShaderManager* manager = context->shaderManager;
+    EXPECT_EQ(8, manager->shaders.count);
+    EXPECT_EQ(5, manager->programs.count);
+    LogCapture log;
+    EXPECT_FALSE(Context::RegisterBuiltInShaders(manager));
+    EXPECT_TRUE(log.has("KestoContext", 'E', "initShaderManager - register shader NG"));
+    EXPECT_EQ(8, manager->shaders.count);
+    EXPECT_NE(nullptr, context->getShaderProgram(DefaultShader::NO_TEXTURE_SP));
+}
+
+}  // namespace
+}  // namespace kesto

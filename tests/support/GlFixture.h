@@ -1,0 +1,30 @@
+// Fixture for tests that need GL: a fresh Environment (8-8-8-0) with its default context current
+// on the test thread. Tear-down releases everything and checks that every counter is back.
+#pragma once
+
+#include <gtest/gtest.h>
+
+#include <GLES2/gl2.h>
+
+#include "gl/Context.h"
+#include "gl/Environment.h"
+#include "tests/support/Counters.h"
+
+namespace kesto::test {
+
+class GlTest : public ::testing::Test {
+  protected:
+    void SetUp() override;
+    void TearDown() override;
+
+    Environment* env = nullptr;
+    Context* context = nullptr;
+
+  private:
+    ResourceCounters before_{};
+};
+
+// Reads one RGBA pixel of the current draw surface (origin bottom left).
+std::array<uint8_t, 4> ReadPixel(int x, int y);
+
+}  // namespace kesto::test
