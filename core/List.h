@@ -75,6 +75,14 @@ class List {
         --count;
     }
 
+    // Unlinks and deletes one node of this list.
+    void erase(Node* node) {
+        (node->prev != nullptr ? node->prev->next : head) = node->next;
+        (node->next != nullptr ? node->next->prev : tail) = node->prev;
+        DeleteObject(node);
+        --count;
+    }
+
     void clear() {
         Node* node = head;
         while (node != nullptr) {

@@ -91,6 +91,24 @@ TEST(ListTest, PushPopAndClearCountEveryNode) {
     ExpectConsistent(list);
 }
 
+TEST(ListTest, EraseUnlinksHeadMiddleAndTail) {
+    CountersRestored restored;
+    List<Item> list;
+    Fill(&list, {0, 1, 2, 3, 4});
+    list.erase(list.head->next->next);  // middle
+    list.erase(list.head);
+    list.erase(list.tail);
+    ExpectConsistent(list);
+    std::vector<int> keys;
+    for (const Item& item : Forward(list)) {
+        keys.push_back(item.key);
+    }
+    EXPECT_EQ((std::vector<int>{1, 3}), keys);
+    list.erase(list.head);
+    list.erase(list.head);
+    ExpectConsistent(list);
+}
+
 TEST(ListTest, ClearLeavesPointedValuesAlone) {
     CountersRestored restored;
     int values[3] = {7, 8, 9};

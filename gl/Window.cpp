@@ -1,0 +1,165 @@
+#include "gl/Window.h"
+
+#include <cstring>
+
+#include "gl/Context.h"
+#include "gl/Environment.h"
+#include "gl/Renderer.h"
+#include "platform/Clock.h"
+#include "platform/Log.h"
+
+KESTO_LOG_TAG("KestoWnd");
+
+namespace kesto {
+
+namespace {
+
+// Frame stamps keep the low 32 bits of the uptime; comparisons wrap with them.
+uint32_t Now() {
+    return static_cast<uint32_t>(uptimeMillis());
+}
+
+bool SameColour(const float a[4], const float b[4]) {
+    return a[0] == b[0] && a[1] == b[1] && a[2] == b[2] && a[3] == b[3];
+}
+
+}  // namespace
+
+Window::Window(Environment* env, Context* ctx) : environment(env), context(ctx) {
+    resetLastClearColor();
+    if (env == nullptr || ctx == nullptr) {
+        KLOGE("NG - environment=%08X context=%08X",
+              static_cast<unsigned>(reinterpret_cast<uintptr_t>(env)),
+              static_cast<unsigned>(reinterpret_cast<uintptr_t>(ctx)));
+    }
+    if (environment != nullptr) {
+        CountUp(environment->windowCount);
+    }
+}
+
+Window::~Window() {
+    KLOGI("~Window");
+    if (eglSurface != EGL_NO_SURFACE) {
+        unbindSurface();
+    }
+    context = nullptr;
+    if (environment != nullptr) {
+        CountDown(environment->windowCount);
+        environment = nullptr;
+    }
+}
+
+void Window::resetLastClearColor() {
+    static const float kSentinel[4] = {0.19f, 0.28f, 0.37f, 0.46f};
+    std::memcpy(lastClearColor, kSentinel, sizeof lastClearColor);
+}
+
+bool Window::bindSurface(EGLNativeWindowType nativeWindow, int surfaceWidth, int surfaceHeight) {
+    if (!nativeWindow || surfaceWidth == 0 || surfaceHeight == 0) {
+        return false;
+    }
+    unbindSurface();
+    KLOGI("bindSurface+");
+    eglSurface =
+        eglCreateWindowSurface(environment->eglDisplay, context->eglConfig, nativeWindow, nullptr);
+    if (eglSurface == EGL_NO_SURFACE) {
+        KLOGE("eglCreateWindowSurface NG %08X", eglGetError());
+        unbindSurface();
+        return false;
+    }
+    width = surfaceWidth;
+    height = surfaceHeight;
+    CountUp(Environment::eglSurfaceCount);
+    CountUp(Environment::eglSurfaceRealCount);
+    if (!context->targetSurface(eglSurface)) {
+        KLOGE("target surface NG");
+        unbindSurface();
+        return false;
+    }
+    // A black clear colour is deliberately not pre-cleared.
+    if (clearColor[0] != 0.0f || clearColor[1] != 0.0f || clearColor[2] != 0.0f) {
+        KLOGI("clear surface");
+        Renderer* renderer = context->renderer;
+        renderer->clearStatus();
+        renderer->targetWindow(this);
+        renderer->clearBuffers(clearColor[0], clearColor[1], clearColor[2], clearColor[3]);
+        renderer->present(this);
+    }
+    resetLastClearColor();
+    KLOGI("bindSurface- %d %d", width, height);
+    return true;
+}
+
+void Window::unbindSurface() {
+    KLOGI("unbindSurface");
+    width = height = 0;
+    if (eglSurface == EGL_NO_SURFACE) {
+        return;
+    }
+    if (!context->targetSurface(nullptr)) {
+        KLOGE("target null surface NG");
+    }
+    CountDown(Environment::eglSurfaceCount);
+    if (eglDestroySurface(environment->eglDisplay, eglSurface)) {
+        CountDown(Environment::eglSurfaceRealCount);
+    } else {
+        KLOGE("eglDestroySurface NG %X", eglGetError());
+    }
+    eglSurface = EGL_NO_SURFACE;
+}
+
+void Window::setClearColor(float r, float g, float b, float a) {
+    clearColor[0] = r;
+    clearColor[1] = g;
+    clearColor[2] = b;
+    clearColor[3] = a;
+}
+
+void Window::render() {
+    frameStartTime = Now();
+    if (eglSurface == EGL_NO_SURFACE) {
+        KLOGE("render - eglSurface 0");
+        return;
+    }
+    Renderer* renderer = context->renderer;
+    renderer->clearStatus();
+    renderer->targetWindow(this);
+    // present() already cleared this back buffer to the same colour less than 100 ms ago.
+    if (frameStartTime > lastClearTime + 100u || !SameColour(clearColor, lastClearColor)) {
+        renderer->clearBuffers(clearColor[0], clearColor[1], clearColor[2], clearColor[3]);
+    }
+    defaultViewport.render(renderer);
+    renderEndTime = Now();
+    renderer->flush();
+    flushEndTime = Now();
+}
+
+void Window::present() {
+    Renderer* renderer = context->renderer;
+    renderer->present(this);
+    renderer->clearBuffers(clearColor[0], clearColor[1], clearColor[2], clearColor[3]);
+    std::memcpy(lastClearColor, clearColor, sizeof lastClearColor);
+    lastClearTime = Now();
+}
+
+bool Window::hitTest(int x, int y, Vector* hitPosition, Vector* hitNormal, Vector* hitDirection) {
+    if (width == 0 || height == 0) {
+        KLOGE("hitTest - window size zero");
+        return false;
+    }
+    return defaultViewport.hitTest(width, height, x, y, hitPosition, hitNormal, hitDirection);
+}
+
+bool Window::querySceneNodeOriginPositionOnViewport(Viewport* viewport, SceneNode& node,
+                                                    Vector* out) {
+    if (width == 0 || height == 0) {
+        KLOGE("querySceneNodeOriginPositionOnViewport - window size zero");
+        return false;
+    }
+    if (viewport == nullptr) {
+        viewport = &defaultViewport;
+    }
+    return viewport->querySceneNodeOriginPositionOnViewport(width, height, node, out);
+}
+
+}  // namespace kesto

@@ -1,0 +1,75 @@
+#include "host/X11Window.h"
+
+#include <X11/Xlib.h>
+#include <X11/Xutil.h>
+
+namespace kesto::host {
+
+std::unique_ptr<X11Window> X11Window::Open(int width, int height, const char* title) {
+    if (width <= 0 || height <= 0) {
+        return nullptr;
+    }
+    Display* display = XOpenDisplay(nullptr);
+    if (display == nullptr) {
+        return nullptr;
+    }
+    std::unique_ptr<X11Window> result(new X11Window());
+    result->display_ = display;
+    result->width_ = width;
+    result->height_ = height;
+    const int screen = DefaultScreen(display);
+    result->window_ = XCreateSimpleWindow(
+        display, RootWindow(display, screen), 0, 0, static_cast<unsigned>(width),
+        static_cast<unsigned>(height), 0, BlackPixel(display, screen), BlackPixel(display, screen));
+    // A fixed size: EGL surfaces follow the window, and the engine is told the size once.
+    XSizeHints hints{};
+    hints.flags = PMinSize | PMaxSize;
+    hints.min_width = hints.max_width = width;
+    hints.min_height = hints.max_height = height;
+    XSetWMNormalHints(display, result->window_, &hints);
+    XStoreName(display, result->window_, title != nullptr ? title : "Kesto2");
+    XSelectInput(display, result->window_, StructureNotifyMask);
+    XMapWindow(display, result->window_);
+    XEvent event;
+    do {
+        XWindowEvent(display, result->window_, StructureNotifyMask, &event);
+    } while (event.type != MapNotify);
+    XSync(display, False);
+    return result;
+}
+
+X11Window::~X11Window() {
+    if (display_ != nullptr) {
+        XDestroyWindow(display_, window_);
+        XCloseDisplay(display_);
+    }
+}
+
+std::array<uint8_t, 4> X11Window::readPixel(int x, int y) const {
+    std::array<uint8_t, 4> rgba{};
+    XSync(display_, False);
+    XImage* image = XGetImage(display_, window_, x, y, 1, 1, AllPlanes, ZPixmap);
+    if (image == nullptr) {
+        return rgba;
+    }
+    const unsigned long pixel = XGetPixel(image, 0, 0);
+    // Scale each channel from its mask, so 16- and 24-bit screens read alike.
+    const unsigned long masks[3] = {image->red_mask, image->green_mask, image->blue_mask};
+    for (int i = 0; i < 3; ++i) {
+        unsigned long mask = masks[i];
+        if (mask == 0) {
+            continue;
+        }
+        int shift = 0;
+        while (((mask >> shift) & 1u) == 0) {
+            ++shift;
+        }
+        const unsigned long maximum = mask >> shift;
+        rgba[i] = static_cast<uint8_t>((((pixel & mask) >> shift) * 255 + maximum / 2) / maximum);
+    }
+    rgba[3] = 255;
+    XDestroyImage(image);
+    return rgba;
+}
+
+}  // namespace kesto::host
