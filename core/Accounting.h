@@ -43,6 +43,16 @@ T* NewArray(size_t count) {
     return array;
 }
 
+// Elements are left uninitialised: for pixel and vertex buffers that are filled at once.
+template <class T>
+T* NewRawArray(size_t count) {
+    T* array = new (std::nothrow) T[count];
+    if (array != nullptr) {
+        g_newArrayCount.fetch_add(1, std::memory_order_relaxed);
+    }
+    return array;
+}
+
 template <class T>
 void DeleteArray(T* array) {
     if (array != nullptr) {

@@ -1,8 +1,392 @@
 #include "image/Texture.h"
 
+#include <GLES2/gl2ext.h>
+
+#include "core/Accounting.h"
+#include "gl/Environment.h"
+#include "platform/Log.h"
+
+KESTO_LOG_TAG("KestoTexture");
+
 namespace kesto {
 
 std::atomic<int32_t> Texture::GLTexturesCount{0};
 std::atomic<int32_t> Texture::GLTexturesBytes{0};
+
+namespace {
+
+// Packed sizes keep 16 bits a dimension.
+constexpr int kMaximumDimension = 0xFFFF;
+
+bool GlFormatOf(int pixelFormat, GLenum* format, GLenum* type) {
+    switch (pixelFormat) {
+        case PIXEL_FORMAT_RGB565:
+            *format = GL_RGB;
+            *type = GL_UNSIGNED_SHORT_5_6_5;
+            return true;
+        case PIXEL_FORMAT_RGBA5551:
+            *format = GL_RGBA;
+            *type = GL_UNSIGNED_SHORT_5_5_5_1;
+            return true;
+        case PIXEL_FORMAT_RGB888:
+            *format = GL_RGB;
+            *type = GL_UNSIGNED_BYTE;
+            return true;
+        case PIXEL_FORMAT_RGBA8888:
+            *format = GL_RGBA;
+            *type = GL_UNSIGNED_BYTE;
+            return true;
+        default:
+            return false;
+    }
+}
+
+void SetLinearClampedParameters(GLenum target, GLint filter) {
+    glTexParameteri(target, GL_TEXTURE_MIN_FILTER, filter);
+    glTexParameteri(target, GL_TEXTURE_MAG_FILTER, filter);
+    glTexParameteri(target, GL_TEXTURE_WRAP_S, GL_CLAMP_TO_EDGE);
+    glTexParameteri(target, GL_TEXTURE_WRAP_T, GL_CLAMP_TO_EDGE);
+}
+
+void CountTexture(int32_t bytes) {
+    Texture::GLTexturesCount.fetch_add(1, std::memory_order_relaxed);
+    Texture::GLTexturesBytes.fetch_add(bytes, std::memory_order_relaxed);
+}
+
+bool FitsPackedSize(int width, int height) {
+    return width <= kMaximumDimension && height <= kMaximumDimension;
+}
+
+}  // namespace
+
+Texture::Texture(Environment* env) : environment(env) {
+    if (environment != nullptr) {
+        CountUp(environment->textureCount);
+    }
+}
+
+Texture::~Texture() {
+    deinit();
+    if (environment != nullptr) {
+        CountDown(environment->textureCount);
+    }
+}
+
+bool Texture::init() {
+    if (inputBitmapsQueue.init()) {
+        return true;
+    }
+    KLOGE("input bitmaps queue init NG");
+    deinit();
+    return false;
+}
+
+void Texture::deinit() {
+    destroyRenderTexture();
+    inputBitmapsQueue.deinit();
+    inputBitmapInRenderThread.free();
+    inputBitmapInRenderThreadValid = false;
+    inputNativeBitmap.free();
+    inputNativeBitmapValid = false;
+    DeleteObject(textureTransform);
+    textureTransform = nullptr;
+}
+
+void Texture::recordSize(int width, int height) {
+    const int32_t packed =
+        static_cast<int32_t>((static_cast<uint32_t>(width) << 16) | (height & 0xFFFF));
+    info[INFO_RESERVED] = 0;
+    info[INFO_TEXTURE_SIZE] = packed;
+    info[INFO_CONTENT_SIZE] = packed;
+}
+
+bool Texture::setupByBitmap(Bitmap* bitmap, bool swap) {
+    if (bitmap == nullptr || !FitsPackedSize(bitmap->width, bitmap->height)) {
+        return false;
+    }
+    auto* item = inputBitmapsQueue.pushBegin();
+    if (item == nullptr) {
+        ThreadEventQueueLog("push begin when full");
+        KLOGE("input bitmap queue full");
+        return false;
+    }
+    if (swap) {
+        item->value.swapBitmap(bitmap);
+    } else {
+        item->value.copyFrom(*bitmap);
+    }
+    // The size goes in before the item is published: the render thread may take the item the
+    // moment pushEnd releases it and uploads with the recorded size.
+    recordSize(item->value.width, item->value.height);
+    inputBitmapsQueue.pushEnd(item);
+    return true;
+}
+
+bool Texture::setupByBitmap_InRenderThread(Bitmap* bitmap, bool swap) {
+    if (bitmap == nullptr || !FitsPackedSize(bitmap->width, bitmap->height)) {
+        return false;
+    }
+    if (swap) {
+        inputBitmapInRenderThread.swapBitmap(bitmap);
+    } else {
+        inputBitmapInRenderThread.copyFrom(*bitmap);
+    }
+    recordSize(inputBitmapInRenderThread.width, inputBitmapInRenderThread.height);
+    inputBitmapInRenderThreadValid = true;
+    return true;
+}
+
+bool Texture::setupByNativeBitmap(NativeBitmap* bitmap, bool swap) {
+    if (bitmap == nullptr || !FitsPackedSize(bitmap->width, bitmap->height)) {
+        return false;
+    }
+    if (swap) {
+        inputNativeBitmap.swapBitmap(bitmap);
+    } else {
+        inputNativeBitmap.copyFrom(*bitmap);
+    }
+    recordSize(inputNativeBitmap.width, inputNativeBitmap.height);
+    inputNativeBitmapValid = true;
+    return true;
+}
+
+bool Texture::setupByRawBufferAndRealize(const Bitmap::BitmapInfo& bitmapInfo) {
+    if (!Bitmap::IsBitmapInfoValid(bitmapInfo) ||
+        !FitsPackedSize(bitmapInfo.width, bitmapInfo.height)) {
+        KLOGE("setupByRawBufferAndRealize NG - bitmapInfo invalid %d,%d %08X %d %d %p",
+              bitmapInfo.width, bitmapInfo.height, bitmapInfo.pixelFormat, bitmapInfo.scanlineBytes,
+              bitmapInfo.bufferBytes, bitmapInfo.buffer);
+        return false;
+    }
+    if (inputBitmapInRenderThreadValid) {
+        KLOGE("setupByRawBufferAndRealize NG - inputBitmapInRenderThreadValid");
+        return false;
+    }
+    if (inputNativeBitmapValid) {
+        KLOGE("setupByRawBufferAndRealize NG - inputNativeBitmapValid");
+        return false;
+    }
+    recordSize(bitmapInfo.width, bitmapInfo.height);
+    const bool realized =
+        createRenderTextureImpl(bitmapInfo.width, bitmapInfo.height, bitmapInfo.width,
+                                bitmapInfo.height, bitmapInfo.pixelFormat, bitmapInfo.scanlineBytes,
+                                bitmapInfo.bufferBytes, bitmapInfo.buffer);
+    if (!realized) {
+        KLOGE("setupByRawBufferAndRealize NG - createRenderTextureImpl");
+    }
+    return realized;
+}
+
+bool Texture::createRenderTexture() {
+    if (inputBitmapsQueue.popBegin() == nullptr && !inputBitmapInRenderThreadValid &&
+        !inputNativeBitmapValid) {
+        return false;
+    }
+    // Drain the ring: only the newest queued bitmap survives.
+    Bitmap queued;
+    while (auto* item = inputBitmapsQueue.popBegin()) {
+        queued.swapBitmap(&item->value);
+        item->value.free();
+        inputBitmapsQueue.popEnd(item);
+    }
+    if (inputBitmapInRenderThreadValid) {
+        queued.swapBitmap(&inputBitmapInRenderThread);
+        inputBitmapInRenderThread.free();
+        inputBitmapInRenderThreadValid = false;
+    }
+    NativeBitmap native;
+    const bool useNative = inputNativeBitmapValid;
+    if (useNative) {
+        native.swapBitmap(&inputNativeBitmap);
+        inputNativeBitmap.free();
+        inputNativeBitmapValid = false;
+    }
+    destroyRenderTexture();
+    const BitmapInfo source = useNative ? native.getBitmapInfo() : queued.getBitmapInfo();
+    if (source.pixelFormat == 0) {
+        return true;
+    }
+    const int32_t size = info[INFO_TEXTURE_SIZE];
+    const bool realized = createRenderTextureImpl(
+        size >> 16, size & 0xFFFF, source.width, source.height, source.pixelFormat,
+        source.scanlineBytes, source.bufferBytes, source.buffer);
+    if (!realized) {
+        KLOGE("createRenderTexture NG");
+    }
+    return realized;
+}
+
+bool Texture::createRenderTextureImpl(int textureWidth, int textureHeight, int bitmapWidth,
+                                      int bitmapHeight, int format, int scanlineBytes,
+                                      int bufferBytes, unsigned char* pixels) {
+    destroyRenderTexture();
+    glGenTextures(1, &renderTextureHandle);
+    glBindTexture(GL_TEXTURE_2D, renderTextureHandle);
+    SetLinearClampedParameters(GL_TEXTURE_2D, GL_LINEAR);
+    glPixelStorei(GL_UNPACK_ALIGNMENT, scanlineBytes % 4 != 0 ? 2 : 4);
+    GLenum glFormat, glType;
+    if (!GlFormatOf(format, &glFormat, &glType)) {
+        KLOGE("Unsupported pixel format %08X", format);
+        destroyRenderTexture();
+        return false;
+    }
+    if (textureWidth == bitmapWidth && textureHeight == bitmapHeight) {
+        glTexImage2D(GL_TEXTURE_2D, 0, glFormat, textureWidth, textureHeight, 0, glFormat, glType,
+                     pixels);
+    } else {
+        glTexImage2D(GL_TEXTURE_2D, 0, glFormat, textureWidth, textureHeight, 0, glFormat, glType,
+                     nullptr);
+        glTexSubImage2D(GL_TEXTURE_2D, 0, 0, 0, bitmapWidth, bitmapHeight, glFormat, glType,
+                        pixels);
+    }
+    pixelFormat = format;
+    textureBytes = bufferBytes;
+    CountTexture(bufferBytes);
+    return true;
+}
+
+void Texture::destroyRenderTexture() {
+    // Failure paths that generated a name without counting it come through here too, so the
+    // count can drop below what was added. The statistics have always shown it this way.
+    if (renderTextureHandle != 0) {
+        glDeleteTextures(1, &renderTextureHandle);
+        renderTextureHandle = 0;
+        GLTexturesCount.fetch_sub(1, std::memory_order_relaxed);
+        GLTexturesBytes.fetch_sub(textureBytes, std::memory_order_relaxed);
+        textureBytes = 0;
+    }
+    pixelFormat = 0;
+}
+
+bool Texture::realizeBlankTexture(int format, int width, int height) {
+    deinit();
+    if (!init()) {
+        KLOGE("realizeBlankTexture init NG");
+        return false;
+    }
+    glGenTextures(1, &renderTextureHandle);
+    GLenum error = glGetError();
+    if (error != GL_NO_ERROR) {
+        KLOGE("realizeBlankTexture NG %08X line:%d", error, 336);
+        destroyRenderTexture();
+        return false;
+    }
+    glBindTexture(GL_TEXTURE_2D, renderTextureHandle);
+    SetLinearClampedParameters(GL_TEXTURE_2D, GL_LINEAR);
+    glPixelStorei(GL_UNPACK_ALIGNMENT, BytesPerPixel(format) == 4 ? 4 : 2);
+    GLenum glFormat, glType;
+    const int32_t bytes = BufferBytes(format, width, height);
+    if (!GlFormatOf(format, &glFormat, &glType) || bytes < 0 || !FitsPackedSize(width, height)) {
+        KLOGE("Unsupported pixel format %08X", format);
+        destroyRenderTexture();
+        return false;
+    }
+    glTexImage2D(GL_TEXTURE_2D, 0, glFormat, width, height, 0, glFormat, glType, nullptr);
+    error = glGetError();
+    if (error != GL_NO_ERROR) {
+        KLOGE("realizeBlankTexture NG %08X line:%d", error, 401);
+        destroyRenderTexture();
+        return false;
+    }
+    recordSize(width, height);
+    pixelFormat = format;
+    textureBytes = bytes;
+    CountTexture(bytes);
+    return true;
+}
+
+bool Texture::realizeSubTexture(int x, int y, const Bitmap::BitmapInfo& bitmapInfo) {
+    if (renderTextureHandle == 0 || bitmapInfo.buffer == nullptr || x < 0 || y < 0 ||
+        bitmapInfo.width <= 0 || bitmapInfo.height <= 0) {
+        KLOGE(
+            "realizeSubTexture - parameter NG, renderTextureHandle:%d bitmap:%p des(%d %d) "
+            "bitmap size(%d %d)",
+            renderTextureHandle, bitmapInfo.buffer, x, y, bitmapInfo.width, bitmapInfo.height);
+        return false;
+    }
+    if (bitmapInfo.pixelFormat != pixelFormat) {
+        KLOGE("realizeSubTexture pixelFormat NG, texture:%X bitmat:%X", pixelFormat,
+              bitmapInfo.pixelFormat);
+        return false;
+    }
+    const int width = textureWidth();
+    const int height = textureHeight();
+    if (width - x < bitmapInfo.width || height - y < bitmapInfo.height) {
+        KLOGE(
+            "realizeSubTexture texture size is smaller than bitmap NG, texture(%d %d) dest(%d "
+            "%d) bitmap(%d %d)",
+            width, height, x, y, bitmapInfo.width, bitmapInfo.height);
+        return false;
+    }
+    glBindTexture(GL_TEXTURE_2D, renderTextureHandle);
+    glPixelStorei(GL_UNPACK_ALIGNMENT, bitmapInfo.scanlineBytes % 4 != 0 ? 2 : 4);
+    GLenum glFormat, glType;
+    if (bitmapInfo.pixelFormat == PIXEL_FORMAT_RGB888 ||
+        !GlFormatOf(bitmapInfo.pixelFormat, &glFormat, &glType)) {
+        KLOGE("Unsupported pixel format %08X", bitmapInfo.pixelFormat);
+        destroyRenderTexture();
+        return false;
+    }
+    glTexSubImage2D(GL_TEXTURE_2D, 0, x, y, bitmapInfo.width, bitmapInfo.height, glFormat, glType,
+                    bitmapInfo.buffer);
+    const GLenum error = glGetError();
+    if (error != GL_NO_ERROR) {
+        KLOGE("realizeSubTexture NG %08X", error);
+        destroyRenderTexture();
+        return false;
+    }
+    return true;
+}
+
+GLuint Texture::createOESTexture() {
+    KLOGI("Kesto2_Texture::createOESTexture++");
+    isOESTexture = true;
+    destroyRenderTexture();
+    glGenTextures(1, &renderTextureHandle);
+    glBindTexture(GL_TEXTURE_EXTERNAL_OES, renderTextureHandle);
+    SetLinearClampedParameters(GL_TEXTURE_EXTERNAL_OES, GL_NEAREST);
+    CountTexture(0);
+    KLOGI("Kesto2_Texture::createOESTexture--");
+    return renderTextureHandle;
+}
+
+void Texture::setTextureTransform(float m0, float m1, float m2, float m3, float m4, float m5,
+                                  float m6, float m7, float m8, float m9, float m10, float m11,
+                                  float m12, float m13, float m14, float m15) {
+    if (textureTransform == nullptr) {
+        textureTransform = NewObject<TextureTransform>();
+        if (textureTransform == nullptr) {
+            return;
+        }
+    }
+    textureTransform->m[0] = m0;
+    textureTransform->m[1] = m1;
+    textureTransform->m[2] = m2;
+    textureTransform->m[3] = m3;
+    textureTransform->m[4] = m4;
+    textureTransform->m[5] = m5;
+    textureTransform->m[6] = m6;
+    textureTransform->m[7] = m7;
+    textureTransform->m[8] = m8;
+    textureTransform->m[9] = m9;
+    textureTransform->m[10] = m10;
+    textureTransform->m[11] = m11;
+    textureTransform->m[12] = m12;
+    textureTransform->m[13] = m13;
+    textureTransform->m[14] = m14;
+    textureTransform->m[15] = m15;
+}
+
+int Texture::CalculateHigherOrEqualPowerOfTwoDimension(int n) {
+    if (n > 0) {
+        for (int p = 1; p <= 16384; p <<= 1) {
+            if (p >= n) {
+                return p;
+            }
+        }
+    }
+    KLOGE("CalculateHigherOrEqualPowerOfTwoDimension NG %d", n);
+    return n > 0 ? n : 0;
+}
 
 }  // namespace kesto

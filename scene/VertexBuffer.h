@@ -1,10 +1,13 @@
 // Interleaved vertex array (the master copy) with an on-demand GL buffer copy registered with the
-// context that created it.
+// context that created it. Every edit discards the GL copy; the next draw uploads again.
 #pragma once
 
 #include <GLES2/gl2.h>
 
+#include <cstddef>
 #include <cstdint>
+
+#include "core/Vector.h"
 
 namespace kesto {
 
@@ -13,7 +16,12 @@ class Environment;
 
 class VertexBuffer {
   public:
-    Environment* environment = nullptr;
+    enum : int32_t {
+        HAS_POSITION = 1,            // x, y, z floats
+        HAS_TEXTURE_COORDINATES = 2  // u, v floats, after the position
+    };
+
+    Environment* environment;
     int32_t flags = 0;
     uint32_t vertexCount = 0;
     int32_t stride = 0;
@@ -23,6 +31,30 @@ class VertexBuffer {
     uint8_t* buffer = nullptr;
     GLuint glBuffer = 0;
     Context* _glResourceContext = nullptr;
+
+    explicit VertexBuffer(Environment* env) : environment(env) {}
+    ~VertexBuffer() { freeBuffer(); }
+    VertexBuffer(const VertexBuffer&) = delete;
+    VertexBuffer& operator=(const VertexBuffer&) = delete;
+
+    // Contents are left uninitialised.
+    bool allocateBuffer(int contentFlags, unsigned int count);
+    void freeBuffer();
+    // Uploads when there is no current GL copy and leaves it bound to GL_ARRAY_BUFFER.
+    bool bindGLBuffer(Context* context);
+    void unbindGLBuffer();
+
+    void setVertexPosition(unsigned int index, float x, float y, float z);
+    void setVertexTextureCoordinates(unsigned int index, float u, float v);
+    // Never null: refusals return a shared zero dummy. Writing through the pointer does not
+    // discard the GL copy.
+    Vector* getVertexPosition(unsigned int index);
+    Vector2* getVertexTextureCoordinates(unsigned int index);
+
+  private:
+    uint8_t* vertexAt(unsigned int index, int32_t offset) const {
+        return buffer + offset + static_cast<size_t>(stride) * index;
+    }
 };
 
 }  // namespace kesto

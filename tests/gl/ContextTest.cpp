@@ -123,7 +123,7 @@ TEST_F(ContextTest, TargetSurfaceNullReturnsToThePbuffer) {
 }
 
 TEST_F(ContextTest, VertexBufferAccountingKeepsPeaksAndRefusesStrangers) {
-    VertexBuffer a, b;
+    VertexBuffer a(env), b(env);
     a.bufferSize = 80;
     b.bufferSize = 20;
     ASSERT_TRUE(context->registerVertexBuffer(&a));

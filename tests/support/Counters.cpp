@@ -5,6 +5,7 @@
 #include "core/Accounting.h"
 #include "gl/Environment.h"
 #include "image/Bitmap.h"
+#include "image/NativeBitmap.h"
 #include "image/Texture.h"
 #include "shader/Shader.h"
 #include "shader/ShaderProgram.h"
@@ -14,7 +15,8 @@ namespace kesto::test {
 const char* const ResourceCounters::kNames[kCount] = {
     "new",        "new[]",          "eglDisplay", "eglDisplayReal", "eglContext", "eglContextReal",
     "eglSurface", "eglSurfaceReal", "Shader",     "GLShader",       "Program",    "GLProgram",
-    "Bitmap",     "BitmapBytes",    "GLTexture",  "GLTextureBytes",
+    "Bitmap",     "BitmapBytes",    "GLTexture",  "GLTextureBytes", "NBitmap",    "NBitmapBytes",
+    "nbmp new",   "nbmp new[]",
 };
 
 ResourceCounters ResourceCounters::Now() {
@@ -35,6 +37,10 @@ ResourceCounters ResourceCounters::Now() {
         &Bitmap::BitmapBytes,
         &Texture::GLTexturesCount,
         &Texture::GLTexturesBytes,
+        &NativeBitmap::BitmapCount,
+        &NativeBitmap::BitmapBytes,
+        &g_newNBmpCount,
+        &g_newNBmpArrayCount,
     };
     ResourceCounters counters;
     for (int i = 0; i < kCount; ++i) {

@@ -11,7 +11,7 @@
 namespace kesto::test {
 
 struct ResourceCounters {
-    static constexpr int kCount = 16;
+    static constexpr int kCount = 20;
     static const char* const kNames[kCount];
     std::array<int32_t, kCount> values;
 

@@ -6,6 +6,9 @@
 
 #include <GLES2/gl2.h>
 
+#include <array>
+#include <vector>
+
 #include "gl/Context.h"
 #include "gl/Environment.h"
 #include "tests/support/Counters.h"
@@ -26,5 +29,9 @@ class GlTest : public ::testing::Test {
 
 // Reads one RGBA pixel of the current draw surface (origin bottom left).
 std::array<uint8_t, 4> ReadPixel(int x, int y);
+
+// Reads a rectangle of a 2D texture as RGBA bytes, rows in upload order (first uploaded row
+// first), through a temporary framebuffer. Empty when the texture cannot be attached.
+std::vector<uint8_t> ReadTexture(GLuint texture, int x, int y, int width, int height);
 
 }  // namespace kesto::test

@@ -31,20 +31,29 @@ void LogCapture::stop() {
     if (stopped_) {
         return;
     }
+    refresh();
     stopped_ = true;
-    std::fflush(stderr);
     dup2(savedFd_, STDERR_FILENO);
     close(savedFd_);
-    lseek(captureFd_, 0, SEEK_SET);
+    close(captureFd_);
+}
+
+void LogCapture::refresh() {
+    if (stopped_) {
+        return;
+    }
+    std::fflush(stderr);
+    raw_.clear();
     char buffer[4096];
     ssize_t got;
-    while ((got = read(captureFd_, buffer, sizeof buffer)) > 0) {
+    off_t offset = 0;
+    while ((got = pread(captureFd_, buffer, sizeof buffer, offset)) > 0) {
         raw_.append(buffer, static_cast<size_t>(got));
+        offset += got;
     }
-    close(captureFd_);
-
     static const std::regex kLine(
         R"(^(\S+) ([VDIWEF]) \d\d-\d\d \d\d:\d\d:\d\d(?:\.\d+)?\s+\d+\s+\d+ (.*)$)");
+    lines_.clear();
     size_t start = 0;
     while (start < raw_.size()) {
         size_t end = raw_.find('\n', start);
@@ -61,7 +70,7 @@ void LogCapture::stop() {
 }
 
 const std::vector<LogLine>& LogCapture::lines() {
-    stop();
+    refresh();
     return lines_;
 }
 
@@ -84,7 +93,7 @@ std::vector<std::string> LogCapture::messages(const std::string& tag) {
 }
 
 std::string LogCapture::text() {
-    stop();
+    refresh();
     return raw_;
 }
 

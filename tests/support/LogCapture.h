@@ -20,7 +20,7 @@ class LogCapture {
     LogCapture(const LogCapture&) = delete;
     LogCapture& operator=(const LogCapture&) = delete;
 
-    // Stops capturing (once) and returns the parsed lines; later calls return the same lines.
+    // Everything captured so far, parsed; capturing goes on until the destructor.
     const std::vector<LogLine>& lines();
     int count(const std::string& tag, char priority, const std::string& message);
     bool has(const std::string& tag, char priority, const std::string& message) {
@@ -32,6 +32,7 @@ class LogCapture {
 
   private:
     void stop();
+    void refresh();
 
     int savedFd_ = -1;
     int captureFd_ = -1;

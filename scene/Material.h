@@ -1,0 +1,70 @@
+// How one mesh is drawn: colour and alpha, one texture, whether the colour tints the texture, an
+// optional program of its own and extra uniform variables written into whichever program draws.
+// Data only; the renderer turns it into GL state.
+#pragma once
+
+#include <GLES2/gl2.h>
+
+#include <cstdint>
+
+#include "core/List.h"
+
+namespace kesto {
+
+class ShaderProgram;
+class Texture;
+
+class Material {
+  public:
+    enum UniformType : int32_t { UNIFORM_TYPE_INT = 0, UNIFORM_TYPE_FLOAT = 1 };
+
+    struct uniformVariableData {
+        void* data;  // num 32-bit components, owned
+        // Cached per variable, not per program: a material is meant for one program.
+        GLint location;
+        UniformType type;
+        int32_t num;
+        char* name;  // owned
+    };
+
+    float red = 0.27f;
+    float green = 0.27f;
+    float blue = 0.27f;
+    float alpha = 1.0f;
+    Texture* texture = nullptr;  // slot 0, not owned
+    // 1: the colour tints the texture; anything else: textured meshes are drawn in white.
+    int32_t rgbOperation = 0;
+    // Kept for callers; drawing does not consult it.
+    bool enableColorBlending = true;
+    ShaderProgram* shaderProgram = nullptr;  // not owned; null picks a built-in program
+    List<uniformVariableData> uniformVariables;
+
+    Material() = default;
+    ~Material() { clearUniformVariable(); }
+    Material(const Material&) = delete;
+    Material& operator=(const Material&) = delete;
+
+    void setColor(unsigned char r, unsigned char g, unsigned char b);
+    void setAlpha(unsigned char a);
+    bool setTexture(int index, Texture* slotTexture);
+    Texture* getTexture(int index) const { return index == 0 ? texture : nullptr; }
+    void setRGBOperation(int operation) { rgbOperation = operation; }
+    void setEnableColorBlending(bool enabled) { enableColorBlending = enabled; }
+    void setShaderProgram(ShaderProgram* program) { shaderProgram = program; }
+    ShaderProgram* getShaderProgram() const { return shaderProgram; }
+
+    // A variable keeps the count and type of its first setting; later settings only change its
+    // values.
+    bool setUniformVariable(const char* name, int num, UniformType type, void* data);
+    bool setUniformVariable(const char* name, int num, float* data) {
+        return setUniformVariable(name, num, UNIFORM_TYPE_FLOAT, data);
+    }
+    bool setUniformVariable(const char* name, int num, int* data) {
+        return setUniformVariable(name, num, UNIFORM_TYPE_INT, data);
+    }
+    // Writes every variable into the current program; stops at the first failure.
+    bool updateUniformVariable(unsigned int program);
+    void clearUniformVariable();
+};
+
+}  // namespace kesto
