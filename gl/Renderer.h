@@ -63,6 +63,9 @@ class Renderer {
     // The view matrix must be set before the nodes' world matrices.
     void setupViewMatrix(const Matrix& m);
     void setupWorldMatrix(const Matrix& m);
+    // The only draw of scene content: one mesh with its material, as a triangle strip from the
+    // mesh's GL buffer. A mesh at alpha 0 costs no GL call at all.
+    void renderMesh(Mesh* mesh);
     // Inert: fills a table of axis lines that nothing draws.
     void renderCoordinates(float length);
     EGLBoolean present(Window* window);

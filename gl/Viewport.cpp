@@ -23,7 +23,7 @@ void Viewport::renderPartialScene(Renderer* renderer, int flags, int x, int y, i
 }
 
 bool Viewport::hitTest(int width, int height, int x, int y, Vector* hitPosition, Vector* hitNormal,
-                       Vector* hitDirection) {
+                       Vector* hitDirection, SceneNode** hitNode) {
     if (camera == nullptr) {
         return false;
     }
@@ -31,7 +31,7 @@ bool Viewport::hitTest(int width, int height, int x, int y, Vector* hitPosition,
     const int halfHeight = height / 2;
     const float nx = static_cast<float>(x - halfWidth) / halfWidth;
     const float ny = static_cast<float>(halfHeight - y) / halfHeight;
-    return camera->hitTest(width, height, nx, ny, hitPosition, hitNormal, hitDirection);
+    return camera->hitTest(width, height, nx, ny, hitPosition, hitNormal, hitDirection, hitNode);
 }
 
 bool Viewport::querySceneNodeOriginPositionOnViewport(int width, int height, SceneNode& node,

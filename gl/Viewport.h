@@ -21,7 +21,7 @@ class Viewport {
                             bool includeHidden);
     // (x, y) in window pixels, y down from the top edge.
     bool hitTest(int width, int height, int x, int y, Vector* hitPosition, Vector* hitNormal,
-                 Vector* hitDirection);
+                 Vector* hitDirection, SceneNode** hitNode = nullptr);
     bool querySceneNodeOriginPositionOnViewport(int width, int height, SceneNode& node,
                                                 Vector* out);
 };

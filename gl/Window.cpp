@@ -142,12 +142,14 @@ void Window::present() {
     lastClearTime = Now();
 }
 
-bool Window::hitTest(int x, int y, Vector* hitPosition, Vector* hitNormal, Vector* hitDirection) {
+bool Window::hitTest(int x, int y, Vector* hitPosition, Vector* hitNormal, Vector* hitDirection,
+                     SceneNode** hitNode) {
     if (width == 0 || height == 0) {
         KLOGE("hitTest - window size zero");
         return false;
     }
-    return defaultViewport.hitTest(width, height, x, y, hitPosition, hitNormal, hitDirection);
+    return defaultViewport.hitTest(width, height, x, y, hitPosition, hitNormal, hitDirection,
+                                   hitNode);
 }
 
 bool Window::querySceneNodeOriginPositionOnViewport(Viewport* viewport, SceneNode& node,

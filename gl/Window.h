@@ -45,7 +45,9 @@ class Window {
     void render();
     // Swaps, then clears the new back buffer at once so the next render can skip its clear.
     void present();
-    bool hitTest(int x, int y, Vector* hitPosition, Vector* hitNormal, Vector* hitDirection);
+    // `hitNode`, when given, receives the node whose own content was hit.
+    bool hitTest(int x, int y, Vector* hitPosition, Vector* hitNormal, Vector* hitDirection,
+                 SceneNode** hitNode = nullptr);
     // A null viewport means the default one.
     bool querySceneNodeOriginPositionOnViewport(Viewport* viewport, SceneNode& node, Vector* out);
 

@@ -93,7 +93,7 @@ void Camera::renderPartialScene(Renderer* renderer, int flags, int x, int y, int
 }
 
 bool Camera::hitTest(int width, int height, float x, float y, Vector* hitPosition,
-                     Vector* hitNormal, Vector* hitDirection) {
+                     Vector* hitNormal, Vector* hitDirection, SceneNode** hitNode) {
     if (scene == nullptr) {
         return false;
     }
@@ -106,7 +106,7 @@ bool Camera::hitTest(int width, int height, float x, float y, Vector* hitPositio
     }
     Ray worldRay;
     cameraRay.getTransformedRay(getWorldTransform(nullptr), &worldRay);
-    return scene->hitTest(worldRay, hitPosition, hitNormal, hitDirection);
+    return scene->hitTest(worldRay, hitPosition, hitNormal, hitDirection, hitNode);
 }
 
 bool Camera::querySceneNodeOriginPositionOnViewport(int width, int height, SceneNode& node,

@@ -34,7 +34,7 @@ class Camera : public SceneNode {
     // x and y are normalised viewport coordinates, y up. Uses the camera as the last render
     // placed it.
     bool hitTest(int width, int height, float x, float y, Vector* hitPosition, Vector* hitNormal,
-                 Vector* hitDirection);
+                 Vector* hitDirection, SceneNode** hitNode = nullptr);
     using SceneNode::hitTest;
     // Pixels from the viewport centre, y up; out->z is left alone.
     bool querySceneNodeOriginPositionOnViewport(int width, int height, SceneNode& node,

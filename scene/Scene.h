@@ -22,9 +22,9 @@ class Scene {
     void renderPartialScene(Renderer* renderer, int flags, bool includeHidden) {
         rootNode.dispatchPartialSceneRender(renderer, flags, includeHidden);
     }
-    bool hitTest(const Ray& worldRay, Vector* hitPosition, Vector* hitNormal,
-                 Vector* hitDirection) {
-        return rootNode.dispatchHitTest(worldRay, hitPosition, hitNormal, hitDirection);
+    bool hitTest(const Ray& worldRay, Vector* hitPosition, Vector* hitNormal, Vector* hitDirection,
+                 SceneNode** hitNode = nullptr) {
+        return rootNode.dispatchHitTest(worldRay, hitPosition, hitNormal, hitDirection, hitNode);
     }
 };
 

@@ -192,12 +192,12 @@ void SceneNode::RemoveRenderFlag(int flags, bool recursive) {
 }
 
 bool SceneNode::dispatchHitTest(const Ray& worldRay, Vector* hitPosition, Vector* hitNormal,
-                                Vector* hitDirection) {
+                                Vector* hitDirection, SceneNode** hitNode) {
     if (!visible) {
         return false;
     }
     for (auto* node = children.tail; node != nullptr; node = node->prev) {
-        if (node->value->dispatchHitTest(worldRay, hitPosition, hitNormal, hitDirection)) {
+        if (node->value->dispatchHitTest(worldRay, hitPosition, hitNormal, hitDirection, hitNode)) {
             return true;
         }
     }
@@ -205,7 +205,13 @@ bool SceneNode::dispatchHitTest(const Ray& worldRay, Vector* hitPosition, Vector
     getWorldTransform(nullptr).getInverse(&inverse);
     Ray localRay;
     worldRay.getTransformedRay(inverse, &localRay);
-    return hitTest(localRay, hitPosition, hitNormal, hitDirection);
+    if (!hitTest(localRay, hitPosition, hitNormal, hitDirection)) {
+        return false;
+    }
+    if (hitNode != nullptr) {
+        *hitNode = this;
+    }
+    return true;
 }
 
 void SceneNode::dispatchPartialSceneRender(Renderer* renderer, int flags, bool includeHidden) {

@@ -86,9 +86,10 @@ class SceneNode {
     void AddRenderFlag(int flags, bool recursive);
     void RemoveRenderFlag(int flags, bool recursive);
 
-    // Children back to front, then the node itself: the topmost drawn node wins.
+    // Children back to front, then the node itself: the topmost drawn node wins. `hitNode`, when
+    // given, receives the node whose own content was hit.
     bool dispatchHitTest(const Ray& worldRay, Vector* hitPosition, Vector* hitNormal,
-                         Vector* hitDirection);
+                         Vector* hitDirection, SceneNode** hitNode = nullptr);
     // Draws the nodes whose render flags meet `flags`; recurses directly, so overrides of
     // dispatchRender (the scissor's clip) take no part.
     void dispatchPartialSceneRender(Renderer* renderer, int flags, bool includeHidden);

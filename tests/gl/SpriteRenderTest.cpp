@@ -1,0 +1,302 @@
+// Sprites drawn into a real 480x800 window; pixels read back and compared with values worked out
+// here, independently of the engine's own arithmetic.
+#include <gtest/gtest.h>
+
+#include <cmath>
+#include <cstring>
+#include <memory>
+
+#include "gl/Renderer.h"
+#include "gl/Window.h"
+#include "host/X11Window.h"
+#include "image/Texture.h"
+#include "scene/Material.h"
+#include "scene/Mesh.h"
+#include "scene/Scene.h"
+#include "scene/Scissor.h"
+#include "scene/Sprite.h"
+#include "shader/DefaultShader.h"
+#include "tests/support/GlFixture.h"
+#include "tests/support/LogCapture.h"
+
+namespace kesto {
+namespace {
+
+using Pixel = std::array<uint8_t, 4>;
+constexpr int kWidth = 480;
+constexpr int kHeight = 800;
+
+// |a - b| <= 1 per channel: llvmpipe rounds blends to the nearest step.
+::testing::AssertionResult Near(const Pixel& expected, const Pixel& actual) {
+    for (int i = 0; i < 4; ++i) {
+        if (std::abs(int(expected[i]) - int(actual[i])) > 1) {
+            return ::testing::AssertionFailure()
+                   << "expected (" << int(expected[0]) << "," << int(expected[1]) << ","
+                   << int(expected[2]) << "," << int(expected[3]) << ") got (" << int(actual[0])
+                   << "," << int(actual[1]) << "," << int(actual[2]) << "," << int(actual[3])
+                   << ")";
+        }
+    }
+    return ::testing::AssertionSuccess();
+}
+
+class SpriteRenderTest : public test::GlTest {
+  protected:
+    void SetUp() override {
+        GlTest::SetUp();
+        native = host::X11Window::Open(kWidth, kHeight, "SpriteRenderTest");
+        ASSERT_NE(nullptr, native);
+        window = std::make_unique<Window>(env, context);
+        scene = std::make_unique<Scene>(env);
+        window->defaultViewport.linkCamera(&scene->defaultCamera);
+        window->setClearColor(0, 0, 1, 1);  // blue background
+        ASSERT_TRUE(window->bindSurface(native->id(), kWidth, kHeight));
+    }
+    void TearDown() override {
+        sprites.clear();
+        textures.clear();
+        scene.reset();
+        window.reset();
+        native.reset();
+        GlTest::TearDown();
+    }
+
+    // A texture made from rows of 16-bit or 32-bit pixels.
+    template <class P>
+    Texture* MakeTexture(int format, int width, int height, std::vector<P> pixels) {
+        Bitmap bitmap;
+        EXPECT_TRUE(bitmap.allocateBitmap(format, width, height));
+        for (int row = 0; row < height; ++row) {
+            std::memcpy(bitmap.buffer + row * bitmap.scanlineBytes, &pixels[row * width],
+                        width * sizeof(P));
+        }
+        textures.push_back(std::make_unique<Texture>(env));
+        Texture* texture = textures.back().get();
+        EXPECT_TRUE(texture->init());
+        EXPECT_TRUE(texture->setupByBitmap_InRenderThread(&bitmap, false));
+        return texture;
+    }
+    Texture* Solid(uint32_t rgba) {
+        return MakeTexture<uint32_t>(PIXEL_FORMAT_RGBA8888, 1, 1, {rgba});
+    }
+
+    Sprite* AddSprite(SceneNode* parent, Texture* texture, int layers = 1) {
+        sprites.push_back(std::make_unique<Sprite>(env));
+        Sprite* sprite = sprites.back().get();
+        EXPECT_TRUE(sprite->init(layers, true));
+        for (int layer = 0; layer < layers && texture != nullptr; ++layer) {
+            sprite->getLayerMaterial(layer)->setTexture(0, texture);
+        }
+        parent->addChild(sprite, true);
+        return sprite;
+    }
+
+    // Window pixel, y down from the top.
+    Pixel At(int x, int y) { return test::ReadPixel(x, kHeight - 1 - y); }
+
+    std::unique_ptr<host::X11Window> native;
+    std::unique_ptr<Window> window;
+    std::unique_ptr<Scene> scene;
+    std::vector<std::unique_ptr<Texture>> textures;
+    std::vector<std::unique_ptr<Sprite>> sprites;
+};
+
+const Pixel kBlue{0, 0, 255, 255}, kRed{255, 0, 0, 255}, kGreen{0, 255, 0, 255};
+// Little-endian RGBA8888 words: bytes R, G, B, A.
+constexpr uint32_t kRedWord = 0xFF0000FF, kGreenWord = 0xFF00FF00, kWhiteWord = 0xFFFFFFFF,
+                   kYellowWord = 0xFF00FFFF;
+
+TEST_F(SpriteRenderTest, TexturedQuadLandsOnePixelPerUnitWithItsTopRowUp) {
+    // Quadrants: red, green on top; white, yellow below.
+    Texture* texture = MakeTexture<uint32_t>(PIXEL_FORMAT_RGBA8888, 2, 2,
+                                             {kRedWord, kGreenWord, kWhiteWord, kYellowWord});
+    Sprite* sprite = AddSprite(&scene->rootNode, texture);
+    sprite->setPosition(Vector(-100, 200, 0));  // centre at window pixel (140, 200)
+    window->render();
+    // Within a quarter of the quad from a corner, linear filtering clamps to that texel.
+    EXPECT_TRUE(Near(kRed, At(140 - 40, 200 - 40)));
+    EXPECT_TRUE(Near(kGreen, At(140 + 40, 200 - 40)));
+    EXPECT_TRUE(Near(Pixel{255, 255, 255, 255}, At(140 - 40, 200 + 40)));
+    EXPECT_TRUE(Near(Pixel{255, 255, 0, 255}, At(140 + 40, 200 + 40)));
+    // The quad covers pixels 90..189 by 150..249.
+    EXPECT_TRUE(Near(kRed, At(90, 150)));
+    EXPECT_TRUE(Near(kBlue, At(89, 150)));
+    EXPECT_TRUE(Near(kBlue, At(90, 149)));
+    EXPECT_TRUE(Near(kBlue, At(190, 249)));
+    EXPECT_TRUE(Near(kBlue, At(189, 250)));
+    EXPECT_EQ(GLenum(GL_NO_ERROR), glGetError());
+}
+
+TEST_F(SpriteRenderTest, RotationAboutYShowsTruePerspective) {
+    Sprite* sprite = AddSprite(&scene->rootNode, Solid(kRedWord));
+    sprite->setRotate(Vector(0, 60, 0));
+    window->render();
+    // Corners at x = +-50 turn to x = +-25 and z = -+43.3; the camera sits at D = 400/tan 30.
+    const double d = 400.0 / std::tan(M_PI / 6);
+    const double z = 50.0 * std::sin(M_PI / 3);
+    const double left = 240 - 25 * d / (d - z);   // nearer, so wider
+    const double right = 240 + 25 * d / (d + z);  // further, so narrower
+    const double leftHalfHeight = 50 * d / (d - z);
+    const double rightHalfHeight = 50 * d / (d + z);
+    EXPECT_TRUE(Near(kRed, At(int(std::ceil(left)) + 1, 400)));
+    EXPECT_TRUE(Near(kBlue, At(int(std::floor(left)) - 1, 400)));
+    EXPECT_TRUE(Near(kRed, At(int(std::floor(right)) - 1, 400)));
+    EXPECT_TRUE(Near(kBlue, At(int(std::ceil(right)) + 1, 400)));
+    // Near the left edge the quad is taller than 100 px, near the right edge shorter.
+    const int probeTop = 400 - 49 - 2;
+    EXPECT_TRUE(Near(kRed, At(int(left) + 2, probeTop))) << leftHalfHeight;
+    EXPECT_TRUE(Near(kBlue, At(int(right) - 2, probeTop))) << rightHalfHeight;
+}
+
+TEST_F(SpriteRenderTest, GroupAlphaBlendsPremultipliedOverTheBackground) {
+    SceneNode group(env);
+    scene->rootNode.addChild(&group, true);
+    Sprite* sprite = AddSprite(&group, Solid(kRedWord));
+    group.setGroupAlpha(0.5f);
+    sprite->setGroupAlpha(0.5f);
+    window->render();
+    // Source red times 0.25, plus the blue background times 0.75.
+    EXPECT_TRUE(Near(Pixel{64, 0, 191, 255}, At(240, 400)));
+    sprite->setGroupAlpha(1.0f);
+    window->render();
+    EXPECT_TRUE(Near(Pixel{128, 0, 128, 255}, At(240, 400)));
+    // At alpha 0 the mesh costs nothing: its buffer is not even uploaded.
+    group.setGroupAlpha(0.0f);
+    sprite->getLayerMesh(0)->vertexBuffer.unbindGLBuffer();
+    window->render();
+    EXPECT_EQ(0u, sprite->getLayerMesh(0)->vertexBuffer.glBuffer);
+    EXPECT_TRUE(Near(kBlue, At(240, 400)));
+}
+
+TEST_F(SpriteRenderTest, BlendStateFollowsTheTextureFormat) {
+    // Opaque RGB565 at alpha 1 is drawn unblended; an untextured quad drawn after it inherits
+    // that, so its half-transparent colour replaces the background outright.
+    Sprite* opaque =
+        AddSprite(&scene->rootNode, MakeTexture<uint16_t>(PIXEL_FORMAT_RGB565, 1, 1, {0x07E0}));
+    Sprite* plain = AddSprite(&scene->rootNode, nullptr);
+    scene->rootNode.removeChild(plain);
+    scene->rootNode.addChild(plain, false);  // drawn after the opaque one
+    plain->setPosition(Vector(0, 200, 0));
+    plain->getLayerMaterial(0)->setColor(255, 0, 0);
+    plain->getLayerMaterial(0)->setAlpha(128);
+    window->render();
+    EXPECT_TRUE(Near(kGreen, At(240, 400)));
+    EXPECT_TRUE(Near(kRed, At(240, 200)));
+    EXPECT_FALSE(glIsEnabled(GL_BLEND));
+
+    // The same RGB565 texture at alpha 0.5 is premultiplied.
+    opaque->getLayerMaterial(0)->setAlpha(128);
+    window->render();
+    const float a = 128 / 255.0f;
+    const uint8_t g = uint8_t(std::lround(255 * a)), b = uint8_t(std::lround(255 * (1 - a)));
+    EXPECT_TRUE(Near(Pixel{0, g, b, 255}, At(240, 400)));
+    EXPECT_TRUE(glIsEnabled(GL_BLEND));
+}
+
+TEST_F(SpriteRenderTest, Rgba5551UsesStraightAlpha) {
+    // A transparent texel that still carries red: straight alpha hides it, premultiplied would
+    // add the red to the background.
+    Sprite* sprite = AddSprite(
+        &scene->rootNode, MakeTexture<uint16_t>(PIXEL_FORMAT_RGBA5551, 2, 1, {0xF800, 0xF801}));
+    sprite->getLayerMaterial(0)->setAlpha(255);
+    window->render();
+    EXPECT_TRUE(Near(kBlue, At(240 - 40, 400)));
+    EXPECT_TRUE(Near(kRed, At(240 + 40, 400)));
+    // Tinted: RGB operation 1 multiplies the colour in.
+    sprite->getLayerMaterial(0)->setRGBOperation(1);
+    sprite->getLayerMaterial(0)->setColor(255, 0, 255);
+    sprite->getLayerMaterial(0)->setAlpha(128);
+    window->render();
+    EXPECT_TRUE(Near(Pixel{128, 0, 127, 255}, At(240 + 40, 400)));
+}
+
+TEST_F(SpriteRenderTest, LayerOrderAndRenderOrderDecideWhatIsOnTop) {
+    Sprite* layered = AddSprite(&scene->rootNode, nullptr, 2);
+    layered->getLayerMaterial(0)->setTexture(0, Solid(kRedWord));
+    layered->getLayerMaterial(1)->setTexture(0, Solid(kGreenWord));
+    window->render();
+    EXPECT_TRUE(Near(kRed, At(240, 400))) << "layer zero on top";
+
+    sprites.push_back(std::make_unique<Sprite>(env));
+    Sprite* bottomFirst = sprites.back().get();
+    ASSERT_TRUE(bottomFirst->init(2, false));
+    bottomFirst->getLayerMaterial(0)->setTexture(0, Solid(kRedWord));
+    bottomFirst->getLayerMaterial(1)->setTexture(0, Solid(kGreenWord));
+    bottomFirst->setPosition(Vector(0, 200, 0));
+    scene->rootNode.addChild(bottomFirst, true);
+    window->render();
+    EXPECT_TRUE(Near(kGreen, At(240, 200))) << "layer zero at the bottom";
+
+    // Siblings: the newest child is drawn first, unless render orders sort them.
+    Sprite* a = AddSprite(&scene->rootNode, Solid(kWhiteWord));
+    Sprite* b = AddSprite(&scene->rootNode, Solid(kYellowWord));
+    a->setPosition(Vector(-150, -300, 0));
+    b->setPosition(Vector(-150, -300, 0));
+    window->render();
+    EXPECT_TRUE(Near(Pixel{255, 255, 255, 255}, At(90, 700)));
+    a->setRenderOrder(2);
+    b->setRenderOrder(5);
+    scene->rootNode.setChildrenRenderOrderMode(1);
+    window->render();
+    EXPECT_TRUE(Near(Pixel{255, 255, 0, 255}, At(90, 700)));
+}
+
+TEST_F(SpriteRenderTest, ScissorClipsToItsTopDownRectangle) {
+    Scissor scissor(env);
+    scissor.setArea(10, 20, 100, 50);
+    scene->rootNode.addChild(&scissor, true);
+    Sprite* sprite = AddSprite(&scissor, Solid(kRedWord));
+    sprite->initSpriteGeometry(0, 2000, 2000, 0, 0, 0);
+    window->render();
+    EXPECT_TRUE(Near(kRed, At(10, 20)));
+    EXPECT_TRUE(Near(kRed, At(109, 69)));
+    for (const auto& outside : {std::pair<int, int>{9, 20}, {10, 19}, {110, 69}, {109, 70}}) {
+        EXPECT_TRUE(Near(kBlue, At(outside.first, outside.second)))
+            << outside.first << "," << outside.second;
+    }
+    EXPECT_FALSE(glIsEnabled(GL_SCISSOR_TEST));
+    // Hidden, it still switches clipping on and off, but draws nothing.
+    scissor.setVisible(false);
+    window->render();
+    EXPECT_TRUE(Near(kBlue, At(50, 40)));
+}
+
+TEST_F(SpriteRenderTest, HitTestsFindTheTopmostSpriteAndMissOutsideIt) {
+    Sprite* below = AddSprite(&scene->rootNode, Solid(kRedWord));
+    Sprite* above = AddSprite(&scene->rootNode, Solid(kGreenWord));
+    scene->rootNode.removeChild(above);
+    scene->rootNode.addChild(above, false);  // drawn last, on top
+    above->setPosition(Vector(30, 0, 0));
+    window->render();
+    SceneNode* hit = nullptr;
+    ASSERT_TRUE(window->hitTest(260, 400, nullptr, nullptr, nullptr, &hit));
+    EXPECT_EQ(above, hit);
+    ASSERT_TRUE(window->hitTest(195, 400, nullptr, nullptr, nullptr, &hit));
+    EXPECT_EQ(below, hit);
+    EXPECT_FALSE(window->hitTest(189, 400, nullptr, nullptr, nullptr, &hit));
+    EXPECT_FALSE(window->hitTest(240, 349, nullptr, nullptr, nullptr, &hit));
+
+    // A non-touchable actor is skipped; its child is still found.
+    Sprite* child = AddSprite(above, Solid(kWhiteWord));
+    above->removeChild(child);
+    above->addChild(child, true);
+    child->setPosition(Vector(0, 100, 0));
+    above->touchable = false;
+    ASSERT_TRUE(window->hitTest(260, 400, nullptr, nullptr, nullptr, &hit));
+    EXPECT_EQ(below, hit);
+    ASSERT_TRUE(window->hitTest(270, 300, nullptr, nullptr, nullptr, &hit));
+    EXPECT_EQ(child, hit);
+}
+
+TEST_F(SpriteRenderTest, OesProgramWithoutATextureNameDrawsNothing) {
+    Sprite* sprite = AddSprite(&scene->rootNode, nullptr);
+    sprite->getLayerMaterial(0)->setShaderProgram(
+        context->getShaderProgram(DefaultShader::OES_TEXTURE_SP));
+    test::LogCapture log;
+    window->render();
+    EXPECT_TRUE(log.has("KestoRender", 'E', "RenderMesh OES Texture is null"));
+    EXPECT_TRUE(Near(kBlue, At(240, 400)));
+}
+
+}  // namespace
+}  // namespace kesto
