@@ -1,7 +1,10 @@
 #include "gl/Renderer.h"
 
+#include "core/Accounting.h"
 #include "gl/Window.h"
 #include "platform/Log.h"
+#include "scene/Material.h"
+#include "scene/Mesh.h"
 
 KESTO_LOG_TAG("KestoRender");
 
@@ -27,24 +30,12 @@ bool Renderer::init() {
 }
 
 void Renderer::deinit() {
-    if (framebuffer != 0) {
-        glDeleteFramebuffers(1, &framebuffer);
-        framebuffer = 0;
-    }
-    if (renderbuffer != 0) {
-        glDeleteRenderbuffers(1, &renderbuffer);
-        renderbuffer = 0;
-    }
-    framebufferWidth = 0;
-    framebufferHeight = 0;
-    GLuint* buffers[] = {&postProcessPositionBuffer, &postProcessTexCoordBuffer,
-                         &postProcessIndexBuffer};
-    for (GLuint* buffer : buffers) {
-        if (*buffer != 0) {
-            glDeleteBuffers(1, buffer);
-            *buffer = 0;
-        }
-    }
+    destroyFramebufferObject();
+    destroyPostProcessBuffers();
+    DeleteObject(textureMesh);
+    textureMesh = nullptr;
+    DeleteObject(textureMaterial);
+    textureMaterial = nullptr;
 }
 
 void Renderer::clearStatus() {

@@ -13,8 +13,10 @@
 namespace kesto {
 
 class Context;
+class Environment;
 class Material;
 class Mesh;
+class Texture;
 class Window;
 
 class Renderer {
@@ -66,6 +68,20 @@ class Renderer {
     // The only draw of scene content: one mesh with its material, as a triangle strip from the
     // mesh's GL buffer. A mesh at alpha 0 costs no GL call at all.
     void renderMesh(Mesh* mesh);
+    // A framebuffer at least this large, or 0. One is cached; a larger one serves smaller asks.
+    GLuint getFramebufferObject(int width, int height);
+    void destroyFramebufferObject();
+    // Non-null starts rendering into the texture (at its packed size); null ends it and always
+    // discards the framebuffer.
+    bool toggleRenderToTexture(Texture* texture);
+    bool createPostProcessBuffers();
+    void destroyPostProcessBuffers();
+    // Draws `source` over the whole current target with the material's own program, which must
+    // place the quad without matrices.
+    bool postProcess(Material* material, const Texture* source);
+    Mesh* getTextureMesh(Environment* environment);
+    Material* getTextureMaterial();
+
     // Inert: fills a table of axis lines that nothing draws.
     void renderCoordinates(float length);
     EGLBoolean present(Window* window);

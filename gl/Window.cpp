@@ -7,6 +7,8 @@
 #include "gl/Renderer.h"
 #include "platform/Clock.h"
 #include "platform/Log.h"
+#include "scene/Material.h"
+#include "scene/Mesh.h"
 
 KESTO_LOG_TAG("KestoWnd");
 
@@ -140,6 +142,70 @@ void Window::present() {
     renderer->clearBuffers(clearColor[0], clearColor[1], clearColor[2], clearColor[3]);
     std::memcpy(lastClearColor, clearColor, sizeof lastClearColor);
     lastClearTime = Now();
+}
+
+bool Window::renderToTexture(Texture* texture, int flags, int x, int y, int regionWidth,
+                             int regionHeight, bool includeHidden) {
+    Renderer* renderer = context->renderer;
+    renderer->clearStatus();
+    renderer->targetWindow(this);
+    if (!renderer->toggleRenderToTexture(texture)) {
+        KLOGE("renderToTexture NG: toggleRenderToTexture failed");
+        return false;
+    }
+    renderer->clearBuffers(clearColor[0], clearColor[1], clearColor[2], clearColor[3]);
+    defaultViewport.renderPartialScene(renderer, flags, x, y, regionWidth, regionHeight,
+                                       includeHidden);
+    renderer->toggleRenderToTexture(nullptr);
+    return true;
+}
+
+bool Window::renderOESTextureToTexture(Texture* source, Texture* target, float left, float top,
+                                       float right, float bottom) {
+    Renderer* renderer = context->renderer;
+    Mesh* mesh = renderer->getTextureMesh(environment);
+    if (mesh == nullptr) {
+        KLOGE("renderOESTextureToTexture NG: getTextureMesh failed");
+        return false;
+    }
+    Material* material = renderer->getTextureMaterial();
+    if (material == nullptr) {
+        KLOGE("renderOESTextureToTexture NG: getTextureMaterial failed");
+        return false;
+    }
+    renderer->clearStatus();
+    renderer->targetWindow(this);
+    if (!renderer->toggleRenderToTexture(target)) {
+        KLOGE("renderOESTextureToTexture NG: renderTextureToTexture failed");
+        return false;
+    }
+    renderer->clearBuffers(clearColor[0], clearColor[1], clearColor[2], clearColor[3]);
+    Matrix identity;
+    renderer->setupProjectionMatrix(identity);
+    renderer->setupViewMatrix(identity);
+    // Flip y, move the rectangle's centre to the middle, then scale the rectangle to the target.
+    Matrix translate, flip, scale, flipped, world;
+    translate.setAsTranslation(1.0f - (left + right), 1.0f - (top + bottom), 1.0f);
+    flip.setAsScale(1.0f, -1.0f, 1.0f);
+    Matrix::TransformMultiply(&flipped, flip, translate);
+    scale.setAsScale(1.0f / (right - left), 1.0f / (bottom - top), 1.0f);
+    Matrix::TransformMultiply(&world, flipped, scale);
+    renderer->setupWorldMatrix(world);
+
+    material->setTexture(0, source);
+    mesh->setMaterial(material);
+    mesh->setup(Mesh::TRIANGLE_STRIP, 4);
+    static const float kQuad[4][5] = {
+        {-1, 1, 0, 0, 0}, {-1, -1, 0, 0, 1}, {1, 1, 0, 1, 0}, {1, -1, 0, 1, 1}};
+    for (unsigned int vertex = 0; vertex < 4; ++vertex) {
+        const float* v = kQuad[vertex];
+        mesh->vertexBuffer.setVertexTextureCoordinates(vertex, v[3], v[4]);
+        mesh->vertexBuffer.setVertexPosition(vertex, v[0], v[1], v[2]);
+    }
+    renderer->renderMesh(mesh);
+    mesh->setMaterial(nullptr);
+    renderer->toggleRenderToTexture(nullptr);
+    return true;
 }
 
 bool Window::hitTest(int x, int y, Vector* hitPosition, Vector* hitNormal, Vector* hitDirection,

@@ -14,6 +14,7 @@ namespace kesto {
 class Context;
 class Environment;
 class SceneNode;
+class Texture;
 
 class Window {
   public:
@@ -45,6 +46,14 @@ class Window {
     void render();
     // Swaps, then clears the new back buffer at once so the next render can skip its clear.
     void present();
+    // Draws the nodes whose render flags meet `flags`, the window region (x, y, width, height)
+    // scaled to fill the texture, so that the region's top row is the texture's first row.
+    bool renderToTexture(Texture* texture, int flags, int x, int y, int width, int height,
+                         bool includeHidden);
+    // Copies the rectangle (left, top)-(right, bottom), in texture units, of an external texture
+    // scaled to fill `target`.
+    bool renderOESTextureToTexture(Texture* source, Texture* target, float left, float top,
+                                   float right, float bottom);
     // `hitNode`, when given, receives the node whose own content was hit.
     bool hitTest(int x, int y, Vector* hitPosition, Vector* hitNormal, Vector* hitDirection,
                  SceneNode** hitNode = nullptr);

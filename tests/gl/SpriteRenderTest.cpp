@@ -4,102 +4,21 @@
 
 #include <cmath>
 #include <cstring>
-#include <memory>
 
 #include "gl/Renderer.h"
-#include "gl/Window.h"
-#include "host/X11Window.h"
-#include "image/Texture.h"
 #include "scene/Material.h"
 #include "scene/Mesh.h"
-#include "scene/Scene.h"
 #include "scene/Scissor.h"
-#include "scene/Sprite.h"
 #include "shader/DefaultShader.h"
-#include "tests/support/GlFixture.h"
 #include "tests/support/LogCapture.h"
+#include "tests/support/SceneWindow.h"
 
 namespace kesto {
 namespace {
 
-using Pixel = std::array<uint8_t, 4>;
-constexpr int kWidth = 480;
-constexpr int kHeight = 800;
-
-// |a - b| <= 1 per channel: llvmpipe rounds blends to the nearest step.
-::testing::AssertionResult Near(const Pixel& expected, const Pixel& actual) {
-    for (int i = 0; i < 4; ++i) {
-        if (std::abs(int(expected[i]) - int(actual[i])) > 1) {
-            return ::testing::AssertionFailure()
-                   << "expected (" << int(expected[0]) << "," << int(expected[1]) << ","
-                   << int(expected[2]) << "," << int(expected[3]) << ") got (" << int(actual[0])
-                   << "," << int(actual[1]) << "," << int(actual[2]) << "," << int(actual[3])
-                   << ")";
-        }
-    }
-    return ::testing::AssertionSuccess();
-}
-
-class SpriteRenderTest : public test::GlTest {
-  protected:
-    void SetUp() override {
-        GlTest::SetUp();
-        native = host::X11Window::Open(kWidth, kHeight, "SpriteRenderTest");
-        ASSERT_NE(nullptr, native);
-        window = std::make_unique<Window>(env, context);
-        scene = std::make_unique<Scene>(env);
-        window->defaultViewport.linkCamera(&scene->defaultCamera);
-        window->setClearColor(0, 0, 1, 1);  // blue background
-        ASSERT_TRUE(window->bindSurface(native->id(), kWidth, kHeight));
-    }
-    void TearDown() override {
-        sprites.clear();
-        textures.clear();
-        scene.reset();
-        window.reset();
-        native.reset();
-        GlTest::TearDown();
-    }
-
-    // A texture made from rows of 16-bit or 32-bit pixels.
-    template <class P>
-    Texture* MakeTexture(int format, int width, int height, std::vector<P> pixels) {
-        Bitmap bitmap;
-        EXPECT_TRUE(bitmap.allocateBitmap(format, width, height));
-        for (int row = 0; row < height; ++row) {
-            std::memcpy(bitmap.buffer + row * bitmap.scanlineBytes, &pixels[row * width],
-                        width * sizeof(P));
-        }
-        textures.push_back(std::make_unique<Texture>(env));
-        Texture* texture = textures.back().get();
-        EXPECT_TRUE(texture->init());
-        EXPECT_TRUE(texture->setupByBitmap_InRenderThread(&bitmap, false));
-        return texture;
-    }
-    Texture* Solid(uint32_t rgba) {
-        return MakeTexture<uint32_t>(PIXEL_FORMAT_RGBA8888, 1, 1, {rgba});
-    }
-
-    Sprite* AddSprite(SceneNode* parent, Texture* texture, int layers = 1) {
-        sprites.push_back(std::make_unique<Sprite>(env));
-        Sprite* sprite = sprites.back().get();
-        EXPECT_TRUE(sprite->init(layers, true));
-        for (int layer = 0; layer < layers && texture != nullptr; ++layer) {
-            sprite->getLayerMaterial(layer)->setTexture(0, texture);
-        }
-        parent->addChild(sprite, true);
-        return sprite;
-    }
-
-    // Window pixel, y down from the top.
-    Pixel At(int x, int y) { return test::ReadPixel(x, kHeight - 1 - y); }
-
-    std::unique_ptr<host::X11Window> native;
-    std::unique_ptr<Window> window;
-    std::unique_ptr<Scene> scene;
-    std::vector<std::unique_ptr<Texture>> textures;
-    std::vector<std::unique_ptr<Sprite>> sprites;
-};
+using test::Near;
+using test::Pixel;
+using SpriteRenderTest = test::SceneWindowTest;
 
 const Pixel kBlue{0, 0, 255, 255}, kRed{255, 0, 0, 255}, kGreen{0, 255, 0, 255};
 // Little-endian RGBA8888 words: bytes R, G, B, A.

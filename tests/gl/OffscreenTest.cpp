@@ -1,0 +1,204 @@
+#include <gtest/gtest.h>
+
+#include <cmath>
+
+#include "gl/Renderer.h"
+#include "host/ExternalImage.h"
+#include "scene/Material.h"
+#include "scene/Mesh.h"
+#include "shader/DefaultShader.h"
+#include "shader/ShaderProgram.h"
+#include "tests/support/LogCapture.h"
+#include "tests/support/SceneWindow.h"
+
+namespace kesto {
+namespace {
+
+using test::LogCapture;
+using test::Near;
+using test::Pixel;
+using test::ReadTexture;
+using OffscreenTest = test::SceneWindowTest;
+
+Pixel PixelOf(const std::vector<uint8_t>& rgba, int width, int x, int y) {
+    const size_t at = (static_cast<size_t>(y) * width + x) * 4;
+    return {rgba[at], rgba[at + 1], rgba[at + 2], rgba[at + 3]};
+}
+
+std::unique_ptr<Texture> BlankTexture(Environment* env, int width, int height) {
+    auto texture = std::make_unique<Texture>(env);
+    EXPECT_TRUE(texture->init());
+    EXPECT_TRUE(texture->realizeBlankTexture(PIXEL_FORMAT_RGBA8888, width, height));
+    return texture;
+}
+
+TEST_F(OffscreenTest, FramebufferCacheServesSmallerRequestsUntilToggledOff) {
+    Renderer* renderer = context->renderer;
+    {
+        LogCapture log;
+        EXPECT_EQ(0u, renderer->getFramebufferObject(0, 10));
+        EXPECT_TRUE(
+            log.has("KestoRender", 'E', "getFramebufferObject NG (width, height) = (0, 10)"));
+    }
+    const GLuint large = renderer->getFramebufferObject(512, 512);
+    ASSERT_NE(0u, large);
+    EXPECT_EQ(large, renderer->getFramebufferObject(256, 256));
+    // The placeholder colour buffer of an 8-8-8 context is GL_RGBA4.
+    GLint format = 0;
+    glBindRenderbuffer(GL_RENDERBUFFER, renderer->renderbuffer);
+    glGetRenderbufferParameteriv(GL_RENDERBUFFER, GL_RENDERBUFFER_INTERNAL_FORMAT, &format);
+    EXPECT_EQ(GL_RGBA4, format);
+
+    std::unique_ptr<Texture> target = BlankTexture(env, 64, 32);
+    ASSERT_TRUE(renderer->toggleRenderToTexture(target.get()));
+    EXPECT_EQ(64, renderer->viewportWidth);
+    EXPECT_EQ(32, renderer->viewportHeight);
+    GLint bound = 0;
+    glGetIntegerv(GL_FRAMEBUFFER_BINDING, &bound);
+    EXPECT_EQ(large, GLuint(bound));
+    renderer->clearBuffers(1, 0, 0, 1);
+    ASSERT_TRUE(renderer->toggleRenderToTexture(nullptr));
+    glGetIntegerv(GL_FRAMEBUFFER_BINDING, &bound);
+    EXPECT_EQ(0, bound);
+    EXPECT_EQ(0, renderer->framebufferWidth) << "ending always discards the framebuffer";
+    EXPECT_EQ(Pixel({255, 0, 0, 255}),
+              PixelOf(ReadTexture(target->renderTextureHandle, 63, 31, 1, 1), 1, 0, 0));
+    EXPECT_EQ(GLenum(GL_NO_ERROR), glGetError());
+}
+
+TEST_F(OffscreenTest, OtherColourSizesGetNoPlaceholder) {
+    Context odd;
+    ASSERT_TRUE(odd.init(env, 4, 4, 4, 4));
+    ASSERT_TRUE(odd.runOnCurrentThread());
+    LogCapture log;
+    EXPECT_EQ(0u, odd.renderer->getFramebufferObject(8, 8));
+    EXPECT_TRUE(log.has("KestoRender", 'E',
+                        "getFramebufferObject NG: only support RGB565, RGB888, RGBA8888"));
+    odd.deinit();
+    ASSERT_TRUE(context->runOnCurrentThread());
+}
+
+TEST_F(OffscreenTest, PostProcessQuadBuffersAndRefusals) {
+    Renderer* renderer = context->renderer;
+    ASSERT_TRUE(renderer->createPostProcessBuffers());
+    const struct {
+        GLuint buffer;
+        GLenum target;
+        GLint bytes;
+    } buffers[] = {{renderer->postProcessPositionBuffer, GL_ARRAY_BUFFER, 192},
+                   {renderer->postProcessTexCoordBuffer, GL_ARRAY_BUFFER, 128},
+                   {renderer->postProcessIndexBuffer, GL_ELEMENT_ARRAY_BUFFER, 64}};
+    for (const auto& b : buffers) {
+        GLint size = 0;
+        glBindBuffer(b.target, b.buffer);
+        glGetBufferParameteriv(b.target, GL_BUFFER_SIZE, &size);
+        EXPECT_EQ(b.bytes, size);
+    }
+    Material material;
+    Texture empty(env);
+    LogCapture log;
+    EXPECT_FALSE(renderer->postProcess(&material, &empty));
+    EXPECT_FALSE(renderer->postProcess(nullptr, nullptr));
+    const std::vector<std::string> messages = log.messages("KestoRender");
+    ASSERT_EQ(3u, messages.size());
+    EXPECT_EQ(0u, messages[0].rfind("postProcess NG - material:", 0));
+    EXPECT_EQ(' ', messages[0].back());
+    EXPECT_EQ("textureHandle:0", messages[1]);
+}
+
+TEST_F(OffscreenTest, BlurPassSpreadsOnePixelToTheFiveTaps) {
+    // A white texel at (16, 16) of a transparent 32x32 source; a step of 12 texels turns the tap
+    // offsets into whole texels, so each output pixel that reaches the white texel gets 0.2.
+    std::vector<uint32_t> pixels(32 * 32, 0);
+    pixels[16 * 32 + 16] = 0xFFFFFFFF;
+    Texture* source = MakeTexture<uint32_t>(PIXEL_FORMAT_RGBA8888, 32, 32, pixels);
+    ASSERT_TRUE(source->createRenderTexture());
+    std::unique_ptr<Texture> target = BlankTexture(env, 32, 32);
+    Material material;
+    material.setShaderProgram(context->getShaderProgram(DefaultShader::POST_PROCESS_BLUR_SP));
+    float step[2] = {12.0f / 32, 12.0f / 32};
+    float white[4] = {1, 1, 1, 1};
+    ASSERT_TRUE(material.setUniformVariable("TextureSize", 2, step));
+    ASSERT_TRUE(material.setUniformVariable("BlendColor", 4, white));
+    Renderer* renderer = context->renderer;
+    renderer->clearStatus();
+    glDisable(GL_BLEND);
+    ASSERT_TRUE(renderer->toggleRenderToTexture(target.get()));
+    ASSERT_TRUE(renderer->postProcess(&material, source));
+    renderer->toggleRenderToTexture(nullptr);
+
+    const std::vector<uint8_t> out = ReadTexture(target->renderTextureHandle, 0, 0, 32, 32);
+    const float taps[5][2] = {{0.25f, 0.083333f},
+                              {-0.416666f, 0.75f},
+                              {0.75f, 0.416666f},
+                              {0.583333f, -0.75f},
+                              {-0.75f, -0.416666f}};
+    std::vector<int> expected(32 * 32, 0);
+    for (const auto& tap : taps) {
+        const int x = 16 - int(std::lround(tap[0] * 12)), y = 16 - int(std::lround(tap[1] * 12));
+        expected[y * 32 + x] += 51;
+    }
+    int lit = 0;
+    for (int y = 0; y < 32; ++y) {
+        for (int x = 0; x < 32; ++x) {
+            const int value = expected[y * 32 + x];
+            lit += value != 0;
+            EXPECT_TRUE(Near(Pixel{uint8_t(value), uint8_t(value), uint8_t(value), uint8_t(value)},
+                             PixelOf(out, 32, x, y)))
+                << x << "," << y;
+        }
+    }
+    EXPECT_EQ(5, lit);
+}
+
+TEST_F(OffscreenTest, PartialSceneFillsTheTextureTopRowFirst) {
+    // The camera lays the scene out on the render target, here a texture as large as the window.
+    // Of the region (140, 300, 200, 200) a flagged red sprite covers the top half, an unflagged
+    // green one the bottom half.
+    Sprite* flagged = AddSprite(&scene->rootNode, Solid(0xFF0000FF));
+    flagged->initSpriteGeometry(0, 200, 100, 0, 0, 0);
+    flagged->setPosition(Vector(0, 50, 0));
+    flagged->AddRenderFlag(4, false);
+    Sprite* plain = AddSprite(&scene->rootNode, Solid(0xFF00FF00));
+    plain->initSpriteGeometry(0, 200, 100, 0, 0, 0);
+    plain->setPosition(Vector(0, -50, 0));
+    std::unique_ptr<Texture> target = BlankTexture(env, kWidth, kHeight);
+    ASSERT_TRUE(window->renderToTexture(target.get(), 4 | 1, 140, 300, 200, 200, false));
+    const std::vector<uint8_t> out =
+        ReadTexture(target->renderTextureHandle, 0, 0, kWidth, kHeight);
+    const Pixel red{255, 0, 0, 255}, blue{0, 0, 255, 255};
+    for (int x : {0, 240, kWidth - 1}) {
+        EXPECT_TRUE(Near(red, PixelOf(out, kWidth, x, 0))) << x;
+        EXPECT_TRUE(Near(red, PixelOf(out, kWidth, x, 397))) << x;
+        EXPECT_TRUE(Near(blue, PixelOf(out, kWidth, x, 402))) << x;
+        EXPECT_TRUE(Near(blue, PixelOf(out, kWidth, x, kHeight - 1))) << x;
+    }
+    GLint bound = -1;
+    glGetIntegerv(GL_FRAMEBUFFER_BINDING, &bound);
+    EXPECT_EQ(0, bound);
+}
+
+TEST_F(OffscreenTest, ExternalTextureCopyFillsTheTarget) {
+    // A 2x2 image: red, green / blue, white.
+    const uint8_t rgba[] = {255, 0, 0, 255, 0, 255, 0, 255, 0, 0, 255, 255, 255, 255, 255, 255};
+    host::ExternalImage image(2, 2, rgba);
+    ASSERT_TRUE(image.valid());
+    Texture source(env);
+    ASSERT_TRUE(source.init());
+    ASSERT_TRUE(image.attachTo(source.createOESTexture()));
+    source.setTextureTransform(1, 0, 0, 0, 0, 1, 0, 0, 0, 0, 1, 0, 0, 0, 0, 1);
+    std::unique_ptr<Texture> target = BlankTexture(env, 16, 16);
+    ASSERT_TRUE(window->renderOESTextureToTexture(&source, target.get(), 0, 0, 1, 1));
+    const std::vector<uint8_t> out = ReadTexture(target->renderTextureHandle, 0, 0, 16, 16);
+    // External images arrive bottom row first: the shader flips v, so the target's first row
+    // shows the image's last row.
+    EXPECT_EQ(Pixel({0, 0, 255, 255}), PixelOf(out, 16, 0, 0));
+    EXPECT_EQ(Pixel({255, 255, 255, 255}), PixelOf(out, 16, 15, 0));
+    EXPECT_EQ(Pixel({255, 0, 0, 255}), PixelOf(out, 16, 0, 15));
+    EXPECT_EQ(Pixel({0, 255, 0, 255}), PixelOf(out, 16, 15, 15));
+    EXPECT_NE(nullptr, context->renderer->textureMesh);
+    EXPECT_EQ(nullptr, context->renderer->textureMesh->material);
+}
+
+}  // namespace
+}  // namespace kesto

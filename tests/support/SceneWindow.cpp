@@ -1,0 +1,53 @@
+#include "tests/support/SceneWindow.h"
+
+#include <cstdlib>
+
+#include "scene/Material.h"
+
+namespace kesto::test {
+
+::testing::AssertionResult Near(const Pixel& expected, const Pixel& actual, int tolerance) {
+    for (int i = 0; i < 4; ++i) {
+        if (std::abs(int(expected[i]) - int(actual[i])) > tolerance) {
+            return ::testing::AssertionFailure()
+                   << "expected (" << int(expected[0]) << "," << int(expected[1]) << ","
+                   << int(expected[2]) << "," << int(expected[3]) << ") got (" << int(actual[0])
+                   << "," << int(actual[1]) << "," << int(actual[2]) << "," << int(actual[3])
+                   << ")";
+        }
+    }
+    return ::testing::AssertionSuccess();
+}
+
+void SceneWindowTest::SetUp() {
+    GlTest::SetUp();
+    native = host::X11Window::Open(kWidth, kHeight, "kesto test");
+    ASSERT_NE(nullptr, native);
+    window = std::make_unique<Window>(env, context);
+    scene = std::make_unique<Scene>(env);
+    window->defaultViewport.linkCamera(&scene->defaultCamera);
+    window->setClearColor(0, 0, 1, 1);
+    ASSERT_TRUE(window->bindSurface(native->id(), kWidth, kHeight));
+}
+
+void SceneWindowTest::TearDown() {
+    sprites.clear();
+    textures.clear();
+    scene.reset();
+    window.reset();
+    native.reset();
+    GlTest::TearDown();
+}
+
+Sprite* SceneWindowTest::AddSprite(SceneNode* parent, Texture* texture, int layers) {
+    sprites.push_back(std::make_unique<Sprite>(env));
+    Sprite* sprite = sprites.back().get();
+    EXPECT_TRUE(sprite->init(layers, true));
+    for (int layer = 0; layer < layers && texture != nullptr; ++layer) {
+        sprite->getLayerMaterial(layer)->setTexture(0, texture);
+    }
+    parent->addChild(sprite, true);
+    return sprite;
+}
+
+}  // namespace kesto::test

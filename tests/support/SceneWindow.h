@@ -1,0 +1,65 @@
+// Fixture for drawing tests: the GL fixture plus a real 480x800 X11 window bound to a Window whose
+// default viewport shows a Scene, on a blue background; helpers to make textures and sprites and
+// to read pixels back.
+#pragma once
+
+#include <gtest/gtest.h>
+
+#include <array>
+#include <cstring>
+#include <memory>
+#include <vector>
+
+#include "gl/Window.h"
+#include "host/X11Window.h"
+#include "image/Texture.h"
+#include "scene/Scene.h"
+#include "scene/Sprite.h"
+#include "tests/support/GlFixture.h"
+
+namespace kesto::test {
+
+using Pixel = std::array<uint8_t, 4>;
+
+// Each channel within `tolerance` (llvmpipe rounds blends to the nearest step).
+::testing::AssertionResult Near(const Pixel& expected, const Pixel& actual, int tolerance = 1);
+
+class SceneWindowTest : public GlTest {
+  protected:
+    static constexpr int kWidth = 480;
+    static constexpr int kHeight = 800;
+
+    void SetUp() override;
+    void TearDown() override;
+
+    // A texture holding rows of 16- or 32-bit pixels, pending upload on the render thread.
+    template <class P>
+    Texture* MakeTexture(int format, int width, int height, const std::vector<P>& pixels) {
+        Bitmap bitmap;
+        EXPECT_TRUE(bitmap.allocateBitmap(format, width, height));
+        for (int row = 0; row < height; ++row) {
+            std::memcpy(bitmap.buffer + row * bitmap.scanlineBytes, &pixels[row * width],
+                        width * sizeof(P));
+        }
+        textures.push_back(std::make_unique<Texture>(env));
+        Texture* texture = textures.back().get();
+        EXPECT_TRUE(texture->init());
+        EXPECT_TRUE(texture->setupByBitmap_InRenderThread(&bitmap, false));
+        return texture;
+    }
+    // A 1x1 RGBA8888 texture; the word's bytes in memory are R, G, B, A.
+    Texture* Solid(uint32_t rgba) {
+        return MakeTexture<uint32_t>(PIXEL_FORMAT_RGBA8888, 1, 1, {rgba});
+    }
+    Sprite* AddSprite(SceneNode* parent, Texture* texture, int layers = 1);
+    // A pixel of the window's back buffer, y down from the top.
+    Pixel At(int x, int y) { return ReadPixel(x, kHeight - 1 - y); }
+
+    std::unique_ptr<host::X11Window> native;
+    std::unique_ptr<Window> window;
+    std::unique_ptr<Scene> scene;
+    std::vector<std::unique_ptr<Texture>> textures;
+    std::vector<std::unique_ptr<Sprite>> sprites;
+};
+
+}  // namespace kesto::test
