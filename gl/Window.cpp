@@ -7,6 +7,7 @@
 #include "gl/Renderer.h"
 #include "platform/Clock.h"
 #include "platform/Log.h"
+#include "platform/NativeWindow.h"
 #include "scene/Material.h"
 #include "scene/Mesh.h"
 
@@ -56,19 +57,21 @@ void Window::resetLastClearColor() {
     std::memcpy(lastClearColor, kSentinel, sizeof lastClearColor);
 }
 
-bool Window::bindSurface(EGLNativeWindowType nativeWindow, int surfaceWidth, int surfaceHeight) {
-    if (!nativeWindow || surfaceWidth == 0 || surfaceHeight == 0) {
+bool Window::bindSurface(ANativeWindow* surface, int surfaceWidth, int surfaceHeight) {
+    if (surface == nullptr || surfaceWidth == 0 || surfaceHeight == 0) {
         return false;
     }
     unbindSurface();
     KLOGI("bindSurface+");
-    eglSurface =
-        eglCreateWindowSurface(environment->eglDisplay, context->eglConfig, nativeWindow, nullptr);
+    eglSurface = eglCreateWindowSurface(environment->eglDisplay, context->eglConfig,
+                                        EglNativeWindow(surface), nullptr);
     if (eglSurface == EGL_NO_SURFACE) {
         KLOGE("eglCreateWindowSurface NG %08X", eglGetError());
         unbindSurface();
         return false;
     }
+    ANativeWindow_acquire(surface);
+    nativeWindow = surface;
     width = surfaceWidth;
     height = surfaceHeight;
     CountUp(Environment::eglSurfaceCount);
@@ -108,6 +111,8 @@ void Window::unbindSurface() {
         KLOGE("eglDestroySurface NG %X", eglGetError());
     }
     eglSurface = EGL_NO_SURFACE;
+    ANativeWindow_release(nativeWindow);
+    nativeWindow = nullptr;
 }
 
 void Window::setClearColor(float r, float g, float b, float a) {

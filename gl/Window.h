@@ -9,6 +9,8 @@
 #include "core/Vector.h"
 #include "gl/Viewport.h"
 
+struct ANativeWindow;
+
 namespace kesto {
 
 class Context;
@@ -21,6 +23,8 @@ class Window {
     Environment* environment;
     Context* context;
     EGLSurface eglSurface = EGL_NO_SURFACE;
+    // The bound native window; the window holds one reference to it while bound.
+    ANativeWindow* nativeWindow = nullptr;
     int32_t width = 0;
     int32_t height = 0;
     float clearColor[4] = {0.0f, 0.0f, 0.0f, 0.0f};
@@ -40,7 +44,7 @@ class Window {
     Window& operator=(const Window&) = delete;
 
     // Makes the new surface current on the calling thread.
-    bool bindSurface(EGLNativeWindowType nativeWindow, int surfaceWidth, int surfaceHeight);
+    bool bindSurface(ANativeWindow* surface, int surfaceWidth, int surfaceHeight);
     void unbindSurface();
     void setClearColor(float r, float g, float b, float a);
     void render();

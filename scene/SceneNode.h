@@ -42,6 +42,8 @@ class SceneNode {
     int32_t userFlag = 0;
     // Each bit names one partial scene the node belongs to.
     int32_t renderFlags = 0;
+    // The node's handle on the Java side, 0 when it has none; what a hit test reports there.
+    int32_t bindingHandle = 0;
 
     explicit SceneNode(Environment* env);
     // Detaches from the parent and from the children; the children are not destroyed.

@@ -11,8 +11,8 @@ packages=(
     # EGL and GLES2 (Mesa's llvmpipe renders without a GPU) on a virtual X server
     libegl1-mesa-dev libgles2-mesa-dev libegl-mesa0 libgl1-mesa-dri libx11-dev
     xvfb x11-utils
-    # the Android log API, as Debian ships it
-    android-liblog-dev
+    # the Android log API and NDK headers (bitmap access), as Debian ships them
+    android-liblog-dev android-platform-frameworks-native-headers
     # Java binding, JVM tests and images
     default-jdk-headless junit4 libpng-dev
 )

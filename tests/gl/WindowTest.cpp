@@ -5,6 +5,7 @@
 
 #include "gl/Renderer.h"
 #include "gl/Window.h"
+#include "host/HostNativeWindow.h"
 #include "host/X11Window.h"
 #include "platform/Clock.h"
 #include "scene/Scene.h"
@@ -27,8 +28,10 @@ class WindowTest : public test::GlTest {
         GlTest::SetUp();
         native = host::X11Window::Open(480, 800, "WindowTest");
         ASSERT_NE(nullptr, native) << "no X server";
+        surface = KestoHost_ANativeWindow_fromXWindow(native->id(), 480, 800);
     }
     void TearDown() override {
+        ANativeWindow_release(surface);
         native.reset();
         GlTest::TearDown();
     }
@@ -43,6 +46,7 @@ class WindowTest : public test::GlTest {
     }
 
     std::unique_ptr<host::X11Window> native;
+    ANativeWindow* surface = nullptr;
 };
 
 TEST_F(WindowTest, FramesShowTheClearColourOnTheScreen) {
@@ -53,7 +57,7 @@ TEST_F(WindowTest, FramesShowTheClearColourOnTheScreen) {
     const int surfacesBefore = Environment::eglSurfaceCount;
     {
         LogCapture log;
-        ASSERT_TRUE(window.bindSurface(native->id(), 480, 800));
+        ASSERT_TRUE(window.bindSurface(surface, 480, 800));
         EXPECT_EQ((std::vector<std::string>{"unbindSurface", "bindSurface+", "clear surface",
                                             "bindSurface- 480 800"}),
                   log.messages("KestoWnd"));
@@ -81,7 +85,7 @@ TEST_F(WindowTest, FramesShowTheClearColourOnTheScreen) {
 TEST_F(WindowTest, RenderSkipsTheClearThatPresentAlreadyMade) {
     Window window(env, context);
     window.setClearColor(1, 0, 0, 1);
-    ASSERT_TRUE(window.bindSurface(native->id(), 480, 800));
+    ASSERT_TRUE(window.bindSurface(surface, 480, 800));
     window.render();
     window.present();
 
@@ -108,11 +112,11 @@ TEST_F(WindowTest, RenderSkipsTheClearThatPresentAlreadyMade) {
 
 TEST_F(WindowTest, BindingRefusesEmptySizesAndKeepsTheSurface) {
     Window window(env, context);
-    ASSERT_TRUE(window.bindSurface(native->id(), 480, 800));
+    ASSERT_TRUE(window.bindSurface(surface, 480, 800));
     const EGLSurface bound = window.eglSurface;
     LogCapture log;
-    EXPECT_FALSE(window.bindSurface(native->id(), 0, 800));
-    EXPECT_FALSE(window.bindSurface(0, 480, 800));
+    EXPECT_FALSE(window.bindSurface(surface, 0, 800));
+    EXPECT_FALSE(window.bindSurface(nullptr, 480, 800));
     EXPECT_TRUE(log.lines().empty());
     EXPECT_EQ(bound, window.eglSurface);
     EXPECT_EQ(480, window.width);
@@ -135,7 +139,7 @@ TEST_F(WindowTest, HitTestsConvertWindowPixelsAndNeedASize) {
                                       "querySceneNodeOriginPositionOnViewport - window size zero"}),
             log.messages("KestoWnd"));
     }
-    ASSERT_TRUE(window.bindSurface(native->id(), 480, 800));
+    ASSERT_TRUE(window.bindSurface(surface, 480, 800));
     EXPECT_FALSE(window.hitTest(240, 400, &position, nullptr, nullptr)) << "no camera yet";
     window.defaultViewport.linkCamera(&scene.defaultCamera);
     window.render();

@@ -2,6 +2,7 @@
 
 #include <cstdlib>
 
+#include "host/HostNativeWindow.h"
 #include "scene/Material.h"
 
 namespace kesto::test {
@@ -23,11 +24,12 @@ void SceneWindowTest::SetUp() {
     GlTest::SetUp();
     native = host::X11Window::Open(kWidth, kHeight, "kesto test");
     ASSERT_NE(nullptr, native);
+    nativeWindow = KestoHost_ANativeWindow_fromXWindow(native->id(), kWidth, kHeight);
     window = std::make_unique<Window>(env, context);
     scene = std::make_unique<Scene>(env);
     window->defaultViewport.linkCamera(&scene->defaultCamera);
     window->setClearColor(0, 0, 1, 1);
-    ASSERT_TRUE(window->bindSurface(native->id(), kWidth, kHeight));
+    ASSERT_TRUE(window->bindSurface(nativeWindow, kWidth, kHeight));
 }
 
 void SceneWindowTest::TearDown() {
@@ -35,6 +37,7 @@ void SceneWindowTest::TearDown() {
     textures.clear();
     scene.reset();
     window.reset();
+    ANativeWindow_release(nativeWindow);
     native.reset();
     GlTest::TearDown();
 }

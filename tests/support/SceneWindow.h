@@ -56,6 +56,7 @@ class SceneWindowTest : public GlTest {
     Pixel At(int x, int y) { return ReadPixel(x, kHeight - 1 - y); }
 
     std::unique_ptr<host::X11Window> native;
+    ANativeWindow* nativeWindow = nullptr;  // one reference, released at tear-down
     std::unique_ptr<Window> window;
     std::unique_ptr<Scene> scene;
     std::vector<std::unique_ptr<Texture>> textures;

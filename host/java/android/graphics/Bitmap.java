@@ -1,0 +1,354 @@
+package android.graphics;
+
+import java.nio.Buffer;
+import java.nio.ByteBuffer;
+import java.nio.ByteOrder;
+import java.nio.IntBuffer;
+import java.nio.ShortBuffer;
+
+/**
+ * Desktop stand-in for the platform bitmap: the same signatures and the same pixel memory, so
+ * native code sees what it would see on a device.
+ *
+ * <p>Memory layout per config: ARGB_8888 holds bytes R, G, B, A with colour premultiplied by
+ * alpha; RGB_565 a little-endian 16-bit value, red in the top five bits; ARGB_4444 a
+ * little-endian 16-bit value R, G, B, A from the top nibble down, premultiplied; ALPHA_8 one alpha
+ * byte. Rows are packed: row bytes are width times bytes per pixel.
+ *
+ * <p>libkesto2host (host/HostBitmap.cpp) reads these private fields through JNI; keep the two in
+ * step: {@code mWidth}, {@code mHeight} (int), {@code mConfig} (Config; its ordinal selects the
+ * pixel format, so the constants keep their order), {@code mBuffer} (the direct buffer holding
+ * the pixels; null once recycled and no longer locked), {@code mRecycled} (boolean) and {@code
+ * mLockCount} (int, changed only while holding this object's monitor).
+ */
+public final class Bitmap {
+    public enum Config {
+        ALPHA_8(1),
+        RGB_565(2),
+        ARGB_4444(2),
+        ARGB_8888(4);
+
+        final int bytesPerPixel;
+
+        Config(int bytesPerPixel) {
+            this.bytesPerPixel = bytesPerPixel;
+        }
+    }
+
+    private final int mWidth;
+    private final int mHeight;
+    private final Config mConfig;
+    private final int mRowBytes;
+    // Direct, so native code gets a stable address; kept while locked even after recycle().
+    private volatile ByteBuffer mBuffer;
+    private volatile boolean mRecycled;
+    private int mLockCount;
+
+    private Bitmap(int width, int height, Config config, int byteCount) {
+        mWidth = width;
+        mHeight = height;
+        mConfig = config;
+        mRowBytes = width * config.bytesPerPixel;
+        // allocateDirect zero-fills: a new bitmap is transparent black, as on a device.
+        mBuffer = ByteBuffer.allocateDirect(byteCount).order(ByteOrder.LITTLE_ENDIAN);
+    }
+
+    public static Bitmap createBitmap(int width, int height, Config config) {
+        if (width <= 0 || height <= 0) {
+            throw new IllegalArgumentException("width and height must be > 0");
+        }
+        if (config == null) {
+            throw new IllegalArgumentException("config must not be null");
+        }
+        long byteCount = (long) width * height * config.bytesPerPixel;
+        if (byteCount > Integer.MAX_VALUE) {
+            throw new IllegalArgumentException(
+                    "a " + width + "x" + height + " " + config + " bitmap is too large");
+        }
+        return new Bitmap(width, height, config, (int) byteCount);
+    }
+
+    public int getWidth() {
+        return mWidth;
+    }
+
+    public int getHeight() {
+        return mHeight;
+    }
+
+    public int getRowBytes() {
+        return mRowBytes;
+    }
+
+    public int getByteCount() {
+        return mRowBytes * mHeight;
+    }
+
+    public Config getConfig() {
+        return mConfig;
+    }
+
+    public boolean isRecycled() {
+        return mRecycled;
+    }
+
+    public synchronized void recycle() {
+        if (mRecycled) {
+            return;
+        }
+        mRecycled = true;
+        // Native code holding the address keeps the memory until its last unlock drops it.
+        if (mLockCount == 0) {
+            mBuffer = null;
+        }
+    }
+
+    public int getPixel(int x, int y) {
+        ByteBuffer pixels = pixels("getPixel()");
+        checkPixel(x, y);
+        int offset = y * mRowBytes + x * mConfig.bytesPerPixel;
+        switch (mConfig) {
+            case ARGB_8888: {
+                int a = pixels.get(offset + 3) & 0xFF;
+                return unpremultiplied(
+                        a,
+                        pixels.get(offset) & 0xFF,
+                        pixels.get(offset + 1) & 0xFF,
+                        pixels.get(offset + 2) & 0xFF);
+            }
+            case RGB_565: {
+                int value = pixels.getShort(offset) & 0xFFFF;
+                int r = value >>> 11;
+                int g = (value >>> 5) & 0x3F;
+                int b = value & 0x1F;
+                return 0xFF000000
+                        | ((r << 3) | (r >>> 2)) << 16
+                        | ((g << 2) | (g >>> 4)) << 8
+                        | ((b << 3) | (b >>> 2));
+            }
+            case ARGB_4444: {
+                int value = pixels.getShort(offset) & 0xFFFF;
+                return unpremultiplied(
+                        ((value) & 0xF) * 0x11,
+                        ((value >>> 12) & 0xF) * 0x11,
+                        ((value >>> 8) & 0xF) * 0x11,
+                        ((value >>> 4) & 0xF) * 0x11);
+            }
+            default:
+                return (pixels.get(offset) & 0xFF) << 24;
+        }
+    }
+
+    public void setPixel(int x, int y, int color) {
+        ByteBuffer pixels = pixels("setPixel()");
+        checkPixel(x, y);
+        store(pixels, y * mRowBytes + x * mConfig.bytesPerPixel, encode(color));
+    }
+
+    public void eraseColor(int color) {
+        ByteBuffer pixels = pixels("eraseColor()");
+        int encoded = encode(color);
+        int step = mConfig.bytesPerPixel;
+        int end = getByteCount();
+        for (int offset = 0; offset < end; offset += step) {
+            store(pixels, offset, encoded);
+        }
+    }
+
+    /**
+     * Copies the raw pixel memory into {@code dst} at its position and advances the position by
+     * the byte count in units of the buffer's element size. A short or int buffer receives the
+     * bytes as its own memory would hold them (in its byte order).
+     */
+    public void copyPixelsToBuffer(Buffer dst) {
+        ByteBuffer pixels = pixels("copyPixelsToBuffer()");
+        int shift = elementShift(dst);
+        int byteCount = getByteCount();
+        if (((long) dst.remaining() << shift) < byteCount) {
+            throw new RuntimeException("Buffer not large enough for pixels");
+        }
+        int start = dst.position();
+        ByteBuffer source = pixels.duplicate();
+        source.clear();
+        if (shift == 0) {
+            source.limit(byteCount);
+            ((ByteBuffer) dst).put(source);
+            return;
+        }
+        ByteOrder order = order(dst);
+        int whole = byteCount >> shift;
+        int rest = byteCount - (whole << shift);
+        source.limit(whole << shift);
+        ByteBuffer view = source.slice().order(order);
+        if (shift == 1) {
+            ((ShortBuffer) dst).put(view.asShortBuffer());
+        } else {
+            ((IntBuffer) dst).put(view.asIntBuffer());
+        }
+        if (rest != 0) {
+            // A trailing partial element: only its leading bytes change, as a memory copy would.
+            ByteBuffer element = ByteBuffer.allocate(4).order(order);
+            int index = start + whole;
+            if (shift == 1) {
+                element.putShort(0, ((ShortBuffer) dst).get(index));
+            } else {
+                element.putInt(0, ((IntBuffer) dst).get(index));
+            }
+            for (int i = 0; i < rest; ++i) {
+                element.put(i, pixels.get((whole << shift) + i));
+            }
+            if (shift == 1) {
+                ((ShortBuffer) dst).put(index, element.getShort(0));
+            } else {
+                ((IntBuffer) dst).put(index, element.getInt(0));
+            }
+        }
+    }
+
+    /**
+     * Fills the pixel memory from {@code src} at its position (raw layout, see
+     * copyPixelsToBuffer) and advances the position by the byte count in element units.
+     */
+    public void copyPixelsFromBuffer(Buffer src) {
+        ByteBuffer pixels = pixels("copyPixelsFromBuffer()");
+        int shift = elementShift(src);
+        int byteCount = getByteCount();
+        if (((long) src.remaining() << shift) < byteCount) {
+            throw new RuntimeException("Buffer not large enough for pixels");
+        }
+        int start = src.position();
+        ByteBuffer target = pixels.duplicate();
+        target.clear();
+        if (shift == 0) {
+            ByteBuffer source = ((ByteBuffer) src).duplicate();
+            source.limit(start + byteCount);
+            target.put(source);
+            src.position(start + byteCount);
+            return;
+        }
+        ByteOrder order = order(src);
+        int whole = byteCount >> shift;
+        int rest = byteCount - (whole << shift);
+        ByteBuffer view = target.slice().order(order);
+        if (shift == 1) {
+            ShortBuffer source = ((ShortBuffer) src).duplicate();
+            source.limit(start + whole);
+            view.asShortBuffer().put(source);
+        } else {
+            IntBuffer source = ((IntBuffer) src).duplicate();
+            source.limit(start + whole);
+            view.asIntBuffer().put(source);
+        }
+        if (rest != 0) {
+            // A trailing partial element: only its leading bytes are read, as a memory copy would.
+            ByteBuffer element = ByteBuffer.allocate(4).order(order);
+            if (shift == 1) {
+                element.putShort(0, ((ShortBuffer) src).get(start + whole));
+            } else {
+                element.putInt(0, ((IntBuffer) src).get(start + whole));
+            }
+            for (int i = 0; i < rest; ++i) {
+                pixels.put((whole << shift) + i, element.get(i));
+            }
+        }
+        src.position(start + whole);
+    }
+
+    private ByteBuffer pixels(String call) {
+        ByteBuffer pixels = mBuffer;
+        if (mRecycled || pixels == null) {
+            throw new IllegalStateException("Can't call " + call + " on a recycled bitmap");
+        }
+        return pixels;
+    }
+
+    private void checkPixel(int x, int y) {
+        if (x < 0) {
+            throw new IllegalArgumentException("x must be >= 0");
+        }
+        if (y < 0) {
+            throw new IllegalArgumentException("y must be >= 0");
+        }
+        if (x >= mWidth) {
+            throw new IllegalArgumentException("x must be < bitmap.width()");
+        }
+        if (y >= mHeight) {
+            throw new IllegalArgumentException("y must be < bitmap.height()");
+        }
+    }
+
+    // The pixel's memory as an int; store() writes its low bytesPerPixel bytes.
+    private int encode(int color) {
+        int a = color >>> 24;
+        int r = (color >>> 16) & 0xFF;
+        int g = (color >>> 8) & 0xFF;
+        int b = color & 0xFF;
+        switch (mConfig) {
+            case ARGB_8888:
+                // Little-endian int: byte 0 is R, byte 3 is A.
+                return a << 24
+                        | premultiply(b, a) << 16
+                        | premultiply(g, a) << 8
+                        | premultiply(r, a);
+            case RGB_565:
+                return (r >>> 3) << 11 | (g >>> 2) << 5 | (b >>> 3);
+            case ARGB_4444:
+                return (premultiply(r, a) >>> 4) << 12
+                        | (premultiply(g, a) >>> 4) << 8
+                        | (premultiply(b, a) >>> 4) << 4
+                        | (a >>> 4);
+            default:
+                return a;
+        }
+    }
+
+    private void store(ByteBuffer pixels, int offset, int encoded) {
+        switch (mConfig.bytesPerPixel) {
+            case 4:
+                pixels.putInt(offset, encoded);
+                break;
+            case 2:
+                pixels.putShort(offset, (short) encoded);
+                break;
+            default:
+                pixels.put(offset, (byte) encoded);
+                break;
+        }
+    }
+
+    // c * a / 255, rounded to nearest.
+    private static int premultiply(int c, int a) {
+        int product = c * a + 128;
+        return (product + (product >>> 8)) >>> 8;
+    }
+
+    private static int unpremultiplied(int a, int r, int g, int b) {
+        if (a == 0) {
+            return 0;
+        }
+        return a << 24 | unpremultiply(r, a) << 16 | unpremultiply(g, a) << 8 | unpremultiply(b, a);
+    }
+
+    private static int unpremultiply(int c, int a) {
+        return Math.min(255, (c * 255 + a / 2) / a);
+    }
+
+    private static int elementShift(Buffer buffer) {
+        if (buffer instanceof ByteBuffer) {
+            return 0;
+        }
+        if (buffer instanceof ShortBuffer) {
+            return 1;
+        }
+        if (buffer instanceof IntBuffer) {
+            return 2;
+        }
+        throw new RuntimeException("unsupported Buffer subclass");
+    }
+
+    private static ByteOrder order(Buffer buffer) {
+        return buffer instanceof ShortBuffer
+                ? ((ShortBuffer) buffer).order()
+                : ((IntBuffer) buffer).order();
+    }
+}

@@ -1,0 +1,109 @@
+package com.xol.kesto2;
+
+import android.view.Surface;
+
+/**
+ * The engine's native interface. Every engine object is an int handle; 0 means none or failure.
+ * Objects live from their Create call to their Destroy call; destroy children and dependants
+ * before the objects they use, and everything before {@link #DeinitEnvironment}.
+ *
+ * <p>Methods that render, present, build blur chains or touch sprite geometry need the relevant
+ * context current on the calling thread ({@link #Context_RunOnCurrentThread}).
+ */
+public final class Kesto2 {
+    static {
+        System.loadLibrary("xolkesto2engine");
+    }
+
+    private Kesto2() {}
+
+    // Environment and contexts.
+    public static native int InitEnvironmentWithConfig(int red, int green, int blue, int alpha);
+    public static native int InitEnvironment();
+    public static native void DeinitEnvironment(int environment);
+    public static native void Environment_LogStatus(int environment);
+    public static native int CreateContext(int environment, int red, int green, int blue, int alpha);
+    public static native void DestroyContext(int context);
+    public static native boolean Context_RunOnCurrentThread(int context);
+    public static native boolean Context_RemoveFromCurrentThread(int context);
+
+    // Windows and viewports.
+    public static native int CreateWindow(int environment);
+    public static native int CreateWindowByContext(int environment, int context);
+    public static native void DestroyWindow(int window);
+    public static native boolean Window_BindSurface(int window, Surface surface, int width, int height);
+    public static native void Window_UnbindSurface(int window);
+    public static native void Window_SetClearColor(int window, float r, float g, float b, float a);
+    public static native int Window_GetDefaultViewport(int window);
+    public static native boolean Window_Render(int window);
+    public static native void Window_RenderWithoutPresent(int window);
+    public static native boolean Window_Present(int window);
+    public static native void Window_SetShowFrameInfoThreshold(int window, int threshold);
+    /** The handle of the node whose content is under window pixel (x, y), or 0. */
+    public static native int Window_HitTest(int window, int x, int y);
+    /** Read the answer with {@link #getOutputVectorX} and {@link #getOutputVectorY}. */
+    public static native boolean Window_QuerySceneNodeOriginPositionOnViewport(int window, int viewport, int node);
+    public static native void Viewport_LinkCamera(int viewport, int camera);
+
+    // Scenes, nodes and cameras.
+    public static native int CreateScene(int environment);
+    public static native void DestroyScene(int scene);
+    public static native int Scene_GetDefaultCamera(int scene);
+    public static native int Scene_GetRootNode(int scene);
+    public static native int CreateSceneNode(int environment);
+    public static native void DestroySceneNode(int node);
+    public static native void DestroySprite(int sprite);
+    public static native void DestroyScissor(int scissor);
+    public static native boolean SceneNode_AddChild(int parent, int child);
+    public static native void SceneNode_RemoveChild(int parent, int child);
+    public static native void SceneNode_SetVisible(int node, boolean visible);
+    public static native boolean SceneNode_GetVisible(int node);
+    public static native void SceneNode_SetChildrenRenderOrderMode(int node, int mode);
+    public static native int SceneNode_GetChildrenRenderOrderMode(int node);
+    public static native void SceneNode_SetRenderOrder(int node, int order);
+    public static native int SceneNode_GetRenderOrder(int node);
+    public static native void SceneNode_SetScale(int node, float x, float y, float z);
+    public static native void SceneNode_SetRotate(int node, float x, float y, float z);
+    public static native void SceneNode_SetPosition(int node, float x, float y, float z);
+    public static native void SceneNode_SetGroupAlpha(int node, float alpha);
+    public static native void SceneNode_SetUserData(int node, int value);
+    public static native int SceneNode_GetUserData(int node);
+    public static native void SceneNode_SetUserFlag(int node, int value);
+    public static native int SceneNode_GetUserFlag(int node);
+    public static native boolean SceneNode_AddPartialSceneRenderFlag(int node, int flag, boolean recursive);
+    public static native boolean SceneNode_RemovePartialSceneRenderFlag(int node, int flag, boolean recursive);
+    public static native void Camera_2DIsometricSetup(int camera, float fov, float zNear, float zFar);
+
+    // Sprites, blur sprites and scissors.
+    public static native int CreateSpriteWithConfig(int environment, int layersCount, boolean layerZeroOnTop);
+    public static native int CreateSprite(int environment, int layersCount);
+    public static native int CreateBlurSprite(int environment);
+    public static native void DestroyBlurSprite(int blurSprite);
+    public static native boolean BlurSprite_SetTexture(int blurSprite, int context, int texture, float maxBlur);
+    public static native boolean BlurSprite_SetBlurParameter(int blurSprite, int context, float blur);
+    public static native boolean Sprite_SetupGeometry(int sprite, int layer, float width, float height,
+            float anchorX, float anchorY, float anchorZ);
+    public static native boolean Sprite_SetTexture(int sprite, int layer, int index, int texture);
+    public static native boolean Sprite_SetTextureCoordinatesBy2P(int sprite, int layer,
+            float u1, float v1, float u2, float v2);
+    public static native boolean Sprite_SetTextureCoordinatesBy4P(int sprite, int layer,
+            float u1, float v1, float u2, float v2, float u3, float v3, float u4, float v4);
+    public static native void Sprite_SetLayerVisible(int sprite, int layer, boolean visible);
+    public static native void Sprite_SetLayerRenderable(int sprite, int layer, boolean renderable);
+    public static native void Sprite_SetLayerTouchable(int sprite, int layer, boolean touchable);
+    /** Only the low 8 bits of each component count. */
+    public static native void Sprite_SetColor(int sprite, int layer, int r, int g, int b);
+    public static native void Sprite_SetAlpha(int sprite, int layer, int alpha);
+    public static native void Sprite_SetRGBOperation(int sprite, int layer, int operation);
+    public static native void Sprite_EnableColorBlending(int sprite, int layer, boolean enabled);
+    public static native void Sprite_SetTouchable(int sprite, boolean touchable);
+    public static native int CreateScissor(int environment);
+    public static native void Scissor_SetArea(int scissor, int x, int y, int width, int height);
+
+    // Bitmap objects and the shared output vector.
+    public static native int CreateBitmap(int environment);
+    public static native void DestroyBitmap(int bitmap);
+    public static native float getOutputVectorX();
+    public static native float getOutputVectorY();
+    public static native float getOutputVectorZ();
+}

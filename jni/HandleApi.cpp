@@ -1,0 +1,823 @@
+// Native methods of com.xol.kesto2.Kesto2 for environments, contexts, windows, viewports, scenes,
+// nodes, cameras, sprites, blur sprites, scissors and bitmap objects. Each checks its handles,
+// converts the Java values, calls one engine operation and passes its result back.
+#include <jni.h>
+
+#include "core/Accounting.h"
+#include "core/Vector.h"
+#include "gl/Context.h"
+#include "gl/Environment.h"
+#include "gl/Window.h"
+#include "image/Bitmap.h"
+#include "image/Texture.h"
+#include "jni/AndroidBitmapInfoGetter.h"
+#include "jni/Binding.h"
+#include "platform/Clock.h"
+#include "platform/Log.h"
+#include "platform/NativeWindow.h"
+#include "scene/BlurSprite.h"
+#include "scene/Material.h"
+#include "scene/Mesh.h"
+#include "scene/Scene.h"
+#include "scene/Scissor.h"
+#include "scene/Sprite.h"
+
+KESTO_LOG_TAG("KestoJNI");
+
+using namespace kesto;
+using namespace kesto::jni;
+
+namespace {
+
+// Registers a new object, or deletes it again when the table has no room.
+template <class T>
+jint Publish(T* object, Kind kind) {
+    const jint handle = Register(object, kind);
+    if (handle == 0) {
+        KLOGE("handle table full");
+        DeleteObject(object);
+    }
+    return handle;
+}
+
+// Nodes know their handle so that hit tests can report it.
+template <class T>
+jint PublishNode(T* node, Kind kind) {
+    const jint handle = Publish(node, kind);
+    if (handle != 0) {
+        node->bindingHandle = handle;
+    }
+    return handle;
+}
+
+// A sprite layer's material or mesh, logging `message` with the layer when there is none.
+Material* LayerMaterial(Sprite* sprite, jint layer, const char* message) {
+    Material* material = sprite->getLayerMaterial(layer);
+    if (material == nullptr) {
+        KLOGE(message, layer);
+    }
+    return material;
+}
+
+Mesh* LayerMesh(Sprite* sprite, jint layer, const char* message) {
+    Mesh* mesh = sprite->getLayerMesh(layer);
+    if (mesh == nullptr) {
+        KLOGE(message, layer);
+    }
+    return mesh;
+}
+
+bool HasLayer(const Sprite* sprite, jint layer) {
+    return sprite->layersMeshes != nullptr && layer >= 0 && layer < sprite->layersCount &&
+           sprite->layersMeshes[layer] != nullptr;
+}
+
+jclass g_surfaceClass = nullptr;
+
+}  // namespace
+
+// --- Environment and contexts ------------------------------------------------------------------
+
+KESTO_NATIVE(jint, InitEnvironmentWithConfig)
+(JNIEnv* env, jclass, jint red, jint green, jint blue, jint alpha) {
+    if (!AndroidBitmapInfoGetter::InitBitmapJNIInfo(env)) {
+        KLOGE("InitBitmapJNIInfo NG");
+        return 0;
+    }
+    Environment* environment = NewObject<Environment>();
+    if (environment == nullptr) {
+        KLOGE("new kestoEnvironment NG");
+        return 0;
+    }
+    environment->init(red, green, blue, alpha);
+    return Publish(environment, Kind::ENVIRONMENT);
+}
+
+KESTO_NATIVE(jint, InitEnvironment)(JNIEnv* env, jclass type) {
+    return Java_com_xol_kesto2_Kesto2_InitEnvironmentWithConfig(env, type, 5, 6, 5, 0);
+}
+
+KESTO_NATIVE(void, DeinitEnvironment)(JNIEnv*, jclass, jint handle) {
+    Environment* environment;
+    if (Unregister(__func__, handle, &environment)) {
+        environment->deinit();
+        DeleteObject(environment);
+    }
+}
+
+KESTO_NATIVE(void, Environment_1LogStatus)(JNIEnv*, jclass, jint handle) {
+    Environment* environment;
+    if (Resolve(__func__, handle, &environment)) {
+        environment->LogResourceCount();
+    }
+}
+
+KESTO_NATIVE(jint, CreateContext)
+(JNIEnv*, jclass, jint environmentHandle, jint red, jint green, jint blue, jint alpha) {
+    Environment* environment;
+    if (!Resolve(__func__, environmentHandle, &environment)) {
+        return 0;
+    }
+    Context* context = NewObject<Context>();
+    if (context == nullptr) {
+        KLOGE("new Context NG");
+        return 0;
+    }
+    if (!context->init(environment, red, green, blue, alpha)) {
+        KLOGE("Context init NG");
+        DeleteObject(context);
+        return 0;
+    }
+    return Publish(context, Kind::CONTEXT);
+}
+
+KESTO_NATIVE(void, DestroyContext)(JNIEnv*, jclass, jint handle) {
+    Context* context;
+    if (Unregister(__func__, handle, &context)) {
+        DeleteObject(context);
+    }
+}
+
+KESTO_NATIVE(jboolean, Context_1RunOnCurrentThread)(JNIEnv*, jclass, jint handle) {
+    Context* context;
+    return Resolve(__func__, handle, &context) && context->runOnCurrentThread();
+}
+
+KESTO_NATIVE(jboolean, Context_1RemoveFromCurrentThread)(JNIEnv*, jclass, jint handle) {
+    Context* context;
+    if (!Resolve(__func__, handle, &context)) {
+        return JNI_FALSE;
+    }
+    context->removeFromCurrentThread();
+    return JNI_TRUE;
+}
+
+// --- Windows and viewports ---------------------------------------------------------------------
+
+namespace {
+
+jint PublishWindow(Environment* environment, Context* context) {
+    Window* window = NewObject<Window>(environment, context);
+    if (window == nullptr) {
+        KLOGE("new Window NG");
+        return 0;
+    }
+    const jint handle = Publish(window, Kind::WINDOW);
+    if (handle == 0) {
+        return 0;
+    }
+    const jint viewport = Register(&window->defaultViewport, Kind::VIEWPORT, true);
+    Handles().setEmbedded(handle, 0, viewport);
+    return handle;
+}
+
+}  // namespace
+
+KESTO_NATIVE(jint, CreateWindow)(JNIEnv*, jclass, jint environmentHandle) {
+    Environment* environment;
+    if (!Resolve(__func__, environmentHandle, &environment)) {
+        return 0;
+    }
+    Context* context = environment->getDefaultContext();
+    if (context == nullptr) {
+        KLOGE("CreateWindow NG - null default context");
+        return 0;
+    }
+    return PublishWindow(environment, context);
+}
+
+KESTO_NATIVE(jint, CreateWindowByContext)
+(JNIEnv*, jclass, jint environmentHandle, jint contextHandle) {
+    Environment* environment;
+    Context* context;
+    if (!Resolve(__func__, environmentHandle, &environment) ||
+        !Resolve(__func__, contextHandle, &context)) {
+        return 0;
+    }
+    return PublishWindow(environment, context);
+}
+
+KESTO_NATIVE(void, DestroyWindow)(JNIEnv*, jclass, jint handle) {
+    Window* window;
+    if (Unregister(__func__, handle, &window)) {
+        DeleteObject(window);
+    }
+}
+
+KESTO_NATIVE(jboolean, Window_1BindSurface)
+(JNIEnv* env, jclass, jint handle, jobject surface, jint width, jint height) {
+    if (handle == 0 || surface == nullptr || width < 1 || height < 1) {
+        return JNI_FALSE;
+    }
+    Window* window;
+    if (!Resolve(__func__, handle, &window)) {
+        return JNI_FALSE;
+    }
+    if (g_surfaceClass == nullptr) {
+        jclass found = env->FindClass("android/view/Surface");
+        if (found == nullptr) {
+            env->ExceptionClear();
+            KLOGE("BindSurface - find surface class NG.");
+            return JNI_FALSE;
+        }
+        g_surfaceClass = static_cast<jclass>(env->NewGlobalRef(found));
+        KLOGI("BindSurface - set Surface class as global ref.");
+    }
+    ANativeWindow* nativeWindow = env->IsInstanceOf(surface, g_surfaceClass)
+                                      ? ANativeWindow_fromSurface(env, surface)
+                                      : nullptr;
+    if (nativeWindow == nullptr) {
+        KLOGE("BindSurface get surface NG");
+        return JNI_FALSE;
+    }
+    // The window takes a reference of its own while bound.
+    const bool bound = window->bindSurface(nativeWindow, width, height);
+    ANativeWindow_release(nativeWindow);
+    return bound;
+}
+
+KESTO_NATIVE(void, Window_1UnbindSurface)(JNIEnv*, jclass, jint handle) {
+    Window* window;
+    if (Resolve(__func__, handle, &window)) {
+        window->unbindSurface();
+    }
+}
+
+KESTO_NATIVE(void, Window_1SetClearColor)
+(JNIEnv*, jclass, jint handle, jfloat r, jfloat g, jfloat b, jfloat a) {
+    Window* window;
+    if (Resolve(__func__, handle, &window)) {
+        window->setClearColor(r, g, b, a);
+    }
+}
+
+KESTO_NATIVE(jint, Window_1GetDefaultViewport)(JNIEnv*, jclass, jint handle) {
+    Window* window;
+    return Resolve(__func__, handle, &window) ? Handles().embedded(handle, 0) : 0;
+}
+
+KESTO_NATIVE(jboolean, Window_1Render)(JNIEnv*, jclass, jint handle) {
+    Window* window;
+    if (!Resolve(__func__, handle, &window)) {
+        return JNI_FALSE;
+    }
+    window->render();
+    window->present();
+    return JNI_TRUE;
+}
+
+KESTO_NATIVE(void, Window_1RenderWithoutPresent)(JNIEnv*, jclass, jint handle) {
+    Window* window;
+    if (Resolve(__func__, handle, &window)) {
+        window->render();
+    }
+}
+
+KESTO_NATIVE(jboolean, Window_1Present)(JNIEnv*, jclass, jint handle) {
+    Window* window;
+    if (!Resolve(__func__, handle, &window)) {
+        return JNI_FALSE;
+    }
+    window->present();
+    return JNI_TRUE;
+}
+
+KESTO_NATIVE(void, Window_1SetShowFrameInfoThreshold)
+(JNIEnv*, jclass, jint handle, jint threshold) {
+    Window* window;
+    if (Resolve(__func__, handle, &window)) {
+        window->showFrameInfoThreshold = threshold;
+    }
+}
+
+KESTO_NATIVE(jint, Window_1HitTest)(JNIEnv*, jclass, jint handle, jint x, jint y) {
+    Window* window;
+    SceneNode* hit = nullptr;
+    if (!Resolve(__func__, handle, &window) ||
+        !window->hitTest(x, y, nullptr, nullptr, nullptr, &hit)) {
+        return 0;
+    }
+    return hit != nullptr ? hit->bindingHandle : 0;
+}
+
+KESTO_NATIVE(jboolean, Window_1QuerySceneNodeOriginPositionOnViewport)
+(JNIEnv*, jclass, jint windowHandle, jint viewportHandle, jint nodeHandle) {
+    // A failed query leaves this sentinel for the getters.
+    g_OutputVector = Vector(9999.9f, 9999.9f, 0.0f);
+    Window* window;
+    SceneNode* node;
+    Viewport* viewport = nullptr;
+    if (!Resolve(__func__, windowHandle, &window) || !Resolve(__func__, nodeHandle, &node)) {
+        return JNI_FALSE;
+    }
+    if (viewportHandle != 0 && !Resolve(__func__, viewportHandle, &viewport)) {
+        return JNI_FALSE;
+    }
+    return window->querySceneNodeOriginPositionOnViewport(viewport, *node, &g_OutputVector);
+}
+
+KESTO_NATIVE(void, Viewport_1LinkCamera)(JNIEnv*, jclass, jint viewportHandle, jint cameraHandle) {
+    Viewport* viewport;
+    Camera* camera;
+    if (Resolve(__func__, viewportHandle, &viewport) && Resolve(__func__, cameraHandle, &camera)) {
+        viewport->linkCamera(camera);
+    }
+}
+
+// --- Scenes, nodes and cameras -----------------------------------------------------------------
+
+KESTO_NATIVE(jint, CreateScene)(JNIEnv*, jclass, jint environmentHandle) {
+    Environment* environment;
+    if (!Resolve(__func__, environmentHandle, &environment)) {
+        return 0;
+    }
+    Scene* scene = NewObject<Scene>(environment);
+    if (scene == nullptr) {
+        KLOGE("new Scene NG");
+        return 0;
+    }
+    const jint handle = Publish(scene, Kind::SCENE);
+    if (handle != 0) {
+        const jint root = Register(&scene->rootNode, Kind::SCENE_NODE, true);
+        const jint camera = Register<SceneNode>(&scene->defaultCamera, Kind::CAMERA, true);
+        scene->rootNode.bindingHandle = root;
+        scene->defaultCamera.bindingHandle = camera;
+        Handles().setEmbedded(handle, 0, root);
+        Handles().setEmbedded(handle, 1, camera);
+    }
+    return handle;
+}
+
+KESTO_NATIVE(void, DestroyScene)(JNIEnv*, jclass, jint handle) {
+    Scene* scene;
+    if (Unregister(__func__, handle, &scene)) {
+        DeleteObject(scene);
+    }
+}
+
+KESTO_NATIVE(jint, Scene_1GetDefaultCamera)(JNIEnv*, jclass, jint handle) {
+    Scene* scene;
+    return Resolve(__func__, handle, &scene) ? Handles().embedded(handle, 1) : 0;
+}
+
+KESTO_NATIVE(jint, Scene_1GetRootNode)(JNIEnv*, jclass, jint handle) {
+    Scene* scene;
+    return Resolve(__func__, handle, &scene) ? Handles().embedded(handle, 0) : 0;
+}
+
+KESTO_NATIVE(jint, CreateSceneNode)(JNIEnv*, jclass, jint environmentHandle) {
+    Environment* environment;
+    if (!Resolve(__func__, environmentHandle, &environment)) {
+        return 0;
+    }
+    SceneNode* node = NewObject<SceneNode>(environment);
+    if (node == nullptr) {
+        KLOGE("new SceneNode NG");
+        return 0;
+    }
+    return PublishNode(node, Kind::SCENE_NODE);
+}
+
+namespace {
+
+// One body for every node kind: the deleting destructor of the actual class runs.
+void DestroyNode(const char* method, jint handle) {
+    SceneNode* node;
+    if (Unregister(method, handle, &node)) {
+        DeleteObject(node);
+    }
+}
+
+}  // namespace
+
+KESTO_NATIVE(void, DestroySceneNode)(JNIEnv*, jclass, jint handle) {
+    DestroyNode(__func__, handle);
+}
+KESTO_NATIVE(void, DestroySprite)(JNIEnv*, jclass, jint handle) {
+    DestroyNode(__func__, handle);
+}
+KESTO_NATIVE(void, DestroyScissor)(JNIEnv*, jclass, jint handle) {
+    DestroyNode(__func__, handle);
+}
+KESTO_NATIVE(void, DestroyBlurSprite)(JNIEnv*, jclass, jint handle) {
+    DestroyNode(__func__, handle);
+}
+
+KESTO_NATIVE(jboolean, SceneNode_1AddChild)(JNIEnv*, jclass, jint parentHandle, jint childHandle) {
+    SceneNode* parent;
+    SceneNode* child;
+    return Resolve(__func__, parentHandle, &parent) && Resolve(__func__, childHandle, &child) &&
+           parent->addChild(child, true);
+}
+
+KESTO_NATIVE(void, SceneNode_1RemoveChild)(JNIEnv*, jclass, jint parentHandle, jint childHandle) {
+    SceneNode* parent;
+    SceneNode* child;
+    if (Resolve(__func__, parentHandle, &parent) && Resolve(__func__, childHandle, &child)) {
+        parent->removeChild(child);
+    }
+}
+
+KESTO_NATIVE(void, SceneNode_1SetVisible)(JNIEnv*, jclass, jint handle, jboolean visible) {
+    SceneNode* node;
+    if (Resolve(__func__, handle, &node)) {
+        node->setVisible(IsTrue(visible));
+    }
+}
+
+KESTO_NATIVE(jboolean, SceneNode_1GetVisible)(JNIEnv*, jclass, jint handle) {
+    SceneNode* node;
+    return Resolve(__func__, handle, &node) && node->getVisible();
+}
+
+KESTO_NATIVE(void, SceneNode_1SetChildrenRenderOrderMode)(JNIEnv*, jclass, jint handle, jint mode) {
+    SceneNode* node;
+    if (Resolve(__func__, handle, &node)) {
+        node->setChildrenRenderOrderMode(mode);
+    }
+}
+
+KESTO_NATIVE(jint, SceneNode_1GetChildrenRenderOrderMode)(JNIEnv*, jclass, jint handle) {
+    SceneNode* node;
+    return Resolve(__func__, handle, &node) ? node->getChildrenRenderOrderMode() : 0;
+}
+
+KESTO_NATIVE(void, SceneNode_1SetRenderOrder)(JNIEnv*, jclass, jint handle, jint order) {
+    SceneNode* node;
+    if (Resolve(__func__, handle, &node)) {
+        node->setRenderOrder(order);
+    }
+}
+
+KESTO_NATIVE(jint, SceneNode_1GetRenderOrder)(JNIEnv*, jclass, jint handle) {
+    SceneNode* node;
+    return Resolve(__func__, handle, &node) ? node->getRenderOrder() : 0;
+}
+
+KESTO_NATIVE(void, SceneNode_1SetScale)
+(JNIEnv*, jclass, jint handle, jfloat x, jfloat y, jfloat z) {
+    SceneNode* node;
+    if (Resolve(__func__, handle, &node)) {
+        node->setScale(Vector(x, y, z));
+    }
+}
+
+KESTO_NATIVE(void, SceneNode_1SetRotate)
+(JNIEnv*, jclass, jint handle, jfloat x, jfloat y, jfloat z) {
+    SceneNode* node;
+    if (Resolve(__func__, handle, &node)) {
+        node->setRotate(Vector(x, y, z));
+    }
+}
+
+KESTO_NATIVE(void, SceneNode_1SetPosition)
+(JNIEnv*, jclass, jint handle, jfloat x, jfloat y, jfloat z) {
+    SceneNode* node;
+    if (Resolve(__func__, handle, &node)) {
+        node->setPosition(Vector(x, y, z));
+    }
+}
+
+KESTO_NATIVE(void, SceneNode_1SetGroupAlpha)(JNIEnv*, jclass, jint handle, jfloat alpha) {
+    SceneNode* node;
+    if (Resolve(__func__, handle, &node)) {
+        node->setGroupAlpha(alpha);
+    }
+}
+
+KESTO_NATIVE(void, SceneNode_1SetUserData)(JNIEnv*, jclass, jint handle, jint value) {
+    SceneNode* node;
+    if (Resolve(__func__, handle, &node)) {
+        node->userData = value;
+    }
+}
+
+KESTO_NATIVE(jint, SceneNode_1GetUserData)(JNIEnv*, jclass, jint handle) {
+    SceneNode* node;
+    return Resolve(__func__, handle, &node) ? node->userData : 0;
+}
+
+KESTO_NATIVE(void, SceneNode_1SetUserFlag)(JNIEnv*, jclass, jint handle, jint value) {
+    SceneNode* node;
+    if (Resolve(__func__, handle, &node)) {
+        node->userFlag = value;
+    }
+}
+
+KESTO_NATIVE(jint, SceneNode_1GetUserFlag)(JNIEnv*, jclass, jint handle) {
+    SceneNode* node;
+    return Resolve(__func__, handle, &node) ? node->userFlag : 0;
+}
+
+KESTO_NATIVE(jboolean, SceneNode_1AddPartialSceneRenderFlag)
+(JNIEnv*, jclass, jint handle, jint flag, jboolean recursive) {
+    if (handle == 0) {
+        KLOGE("SceneNode_SetPartialSceneRenderFlag NG - node is null");
+        return JNI_FALSE;
+    }
+    SceneNode* node;
+    if (!Resolve(__func__, handle, &node)) {
+        return JNI_FALSE;
+    }
+    node->AddRenderFlag(flag, IsTrue(recursive));
+    return JNI_TRUE;
+}
+
+KESTO_NATIVE(jboolean, SceneNode_1RemovePartialSceneRenderFlag)
+(JNIEnv*, jclass, jint handle, jint flag, jboolean recursive) {
+    if (handle == 0) {
+        KLOGE("SceneNode_RemovePartialSceneRenderFlag NG - node is null");
+        return JNI_FALSE;
+    }
+    SceneNode* node;
+    if (!Resolve(__func__, handle, &node)) {
+        return JNI_FALSE;
+    }
+    node->RemoveRenderFlag(flag, IsTrue(recursive));
+    return JNI_TRUE;
+}
+
+KESTO_NATIVE(void, Camera_12DIsometricSetup)
+(JNIEnv*, jclass, jint handle, jfloat fov, jfloat zNear, jfloat zFar) {
+    Camera* camera;
+    if (Resolve(__func__, handle, &camera)) {
+        camera->usePerspectiveProjectionH(fov, zNear, zFar);
+    }
+}
+
+// --- Sprites, blur sprites and scissors --------------------------------------------------------
+
+KESTO_NATIVE(jint, CreateSpriteWithConfig)
+(JNIEnv*, jclass, jint environmentHandle, jint layersCount, jboolean layerZeroOnTop) {
+    Environment* environment;
+    if (!Resolve(__func__, environmentHandle, &environment)) {
+        return 0;
+    }
+    if (layersCount <= 0) {
+        KLOGE("CreateSprite NG - error layersCount %d", layersCount);
+        return 0;
+    }
+    Sprite* sprite = NewObject<Sprite>(environment);
+    if (sprite == nullptr) {
+        KLOGE("new Sprite NG");
+        return 0;
+    }
+    if (!sprite->init(layersCount, IsTrue(layerZeroOnTop))) {
+        KLOGE("sprite init NG");
+        DeleteObject(sprite);
+        return 0;
+    }
+    return PublishNode(sprite, Kind::SPRITE);
+}
+
+KESTO_NATIVE(jint, CreateSprite)
+(JNIEnv* env, jclass type, jint environmentHandle, jint layersCount) {
+    return Java_com_xol_kesto2_Kesto2_CreateSpriteWithConfig(env, type, environmentHandle,
+                                                             layersCount, JNI_TRUE);
+}
+
+KESTO_NATIVE(jint, CreateBlurSprite)(JNIEnv*, jclass, jint environmentHandle) {
+    if (environmentHandle == 0) {
+        KLOGE("BlurSprite_CreateBlurSprite NG - environment %d", 0);
+        return 0;
+    }
+    Environment* environment;
+    if (!Resolve(__func__, environmentHandle, &environment)) {
+        return 0;
+    }
+    BlurSprite* sprite = NewObject<BlurSprite>(environment);
+    if (sprite == nullptr) {
+        KLOGE("BlurSprite_CreateBlurSprite NG - new BlurSprite");
+        return 0;
+    }
+    if (!sprite->init()) {
+        KLOGE("BlurSprite_CreateBlurSprite NG - blur sprite init NG");
+        DeleteObject(sprite);
+        return 0;
+    }
+    return PublishNode(sprite, Kind::BLUR_SPRITE);
+}
+
+KESTO_NATIVE(jboolean, BlurSprite_1SetTexture)
+(JNIEnv*, jclass, jint spriteHandle, jint contextHandle, jint textureHandle, jfloat maxBlur) {
+    const int64_t start = uptimeMillis();
+    if (contextHandle == 0 || spriteHandle == 0 || textureHandle == 0 || !(maxBlur > 0.0f)) {
+        KLOGE("BlurSprite_SetTexture NG context%d, sprite%d, texture%d, maxBlur:%f", contextHandle,
+              spriteHandle, textureHandle, static_cast<double>(maxBlur));
+        return JNI_FALSE;
+    }
+    BlurSprite* sprite;
+    Context* context;
+    Texture* texture;
+    if (!Resolve(__func__, spriteHandle, &sprite) || !Resolve(__func__, contextHandle, &context) ||
+        !Resolve(__func__, textureHandle, &texture)) {
+        return JNI_FALSE;
+    }
+    const bool set = sprite->setTexture(context, texture, maxBlur);
+    KLOGI("BlurSprite_SetTexture time:%d", static_cast<int>(uptimeMillis() - start));
+    return set;
+}
+
+KESTO_NATIVE(jboolean, BlurSprite_1SetBlurParameter)
+(JNIEnv*, jclass, jint spriteHandle, jint contextHandle, jfloat blur) {
+    if (spriteHandle == 0 || contextHandle == 0) {
+        KLOGE("BlurSprite_SetBlurParameter NG context%d, sprite%d", contextHandle, spriteHandle);
+        return JNI_FALSE;
+    }
+    BlurSprite* sprite;
+    Context* context;
+    return Resolve(__func__, spriteHandle, &sprite) && Resolve(__func__, contextHandle, &context) &&
+           sprite->setBlurParameter(context, blur);
+}
+
+KESTO_NATIVE(jboolean, Sprite_1SetupGeometry)
+(JNIEnv*, jclass, jint handle, jint layer, jfloat width, jfloat height, jfloat anchorX,
+ jfloat anchorY, jfloat anchorZ) {
+    Sprite* sprite;
+    if (!Resolve(__func__, handle, &sprite)) {
+        return JNI_FALSE;
+    }
+    sprite->initSpriteGeometry(layer, width, height, anchorX, anchorY, anchorZ);
+    return HasLayer(sprite, layer);
+}
+
+KESTO_NATIVE(jboolean, Sprite_1SetTexture)
+(JNIEnv*, jclass, jint handle, jint layer, jint index, jint textureHandle) {
+    Sprite* sprite;
+    Texture* texture = nullptr;
+    if (!Resolve(__func__, handle, &sprite)) {
+        return JNI_FALSE;
+    }
+    // 0 clears the layer's texture.
+    if (textureHandle != 0 && !Resolve(__func__, textureHandle, &texture)) {
+        return JNI_FALSE;
+    }
+    Material* material =
+        LayerMaterial(sprite, layer, "Sprite_SetTexture NG - no layer material %d");
+    if (material == nullptr) {
+        return JNI_FALSE;
+    }
+    if (!material->setTexture(index, texture)) {
+        KLOGE("Sprite_SetTexture NG - setTexture %d", index);
+        return JNI_FALSE;
+    }
+    return JNI_TRUE;
+}
+
+KESTO_NATIVE(jboolean, Sprite_1SetTextureCoordinatesBy2P)
+(JNIEnv*, jclass, jint handle, jint layer, jfloat u1, jfloat v1, jfloat u2, jfloat v2) {
+    Sprite* sprite;
+    if (!Resolve(__func__, handle, &sprite)) {
+        return JNI_FALSE;
+    }
+    sprite->setTextureCoordinatesBy2P(layer, Vector2(u1, v1), Vector2(u2, v2));
+    return HasLayer(sprite, layer);
+}
+
+KESTO_NATIVE(jboolean, Sprite_1SetTextureCoordinatesBy4P)
+(JNIEnv*, jclass, jint handle, jint layer, jfloat u1, jfloat v1, jfloat u2, jfloat v2, jfloat u3,
+ jfloat v3, jfloat u4, jfloat v4) {
+    Sprite* sprite;
+    if (!Resolve(__func__, handle, &sprite)) {
+        return JNI_FALSE;
+    }
+    sprite->setTextureCoordinatesBy4P(layer, Vector2(u1, v1), Vector2(u2, v2), Vector2(u3, v3),
+                                      Vector2(u4, v4));
+    return HasLayer(sprite, layer);
+}
+
+KESTO_NATIVE(void, Sprite_1SetLayerVisible)
+(JNIEnv*, jclass, jint handle, jint layer, jboolean value) {
+    Sprite* sprite;
+    Mesh* mesh;
+    if (Resolve(__func__, handle, &sprite) &&
+        (mesh = LayerMesh(sprite, layer, "Sprite_SetVisible NG - no layer mesh %d")) != nullptr) {
+        mesh->setVisible(IsTrue(value));
+    }
+}
+
+KESTO_NATIVE(void, Sprite_1SetLayerRenderable)
+(JNIEnv*, jclass, jint handle, jint layer, jboolean value) {
+    Sprite* sprite;
+    Mesh* mesh;
+    if (Resolve(__func__, handle, &sprite) &&
+        (mesh = LayerMesh(sprite, layer, "Sprite_SetLayerRenderable NG - no layer mesh %d")) !=
+            nullptr) {
+        mesh->setRenderable(IsTrue(value));
+    }
+}
+
+KESTO_NATIVE(void, Sprite_1SetLayerTouchable)
+(JNIEnv*, jclass, jint handle, jint layer, jboolean value) {
+    Sprite* sprite;
+    Mesh* mesh;
+    if (Resolve(__func__, handle, &sprite) &&
+        (mesh = LayerMesh(sprite, layer, "Sprite_SetLayerTouchable NG - no layer mesh %d")) !=
+            nullptr) {
+        mesh->setTouchable(IsTrue(value));
+    }
+}
+
+KESTO_NATIVE(void, Sprite_1SetColor)
+(JNIEnv*, jclass, jint handle, jint layer, jint r, jint g, jint b) {
+    Sprite* sprite;
+    Material* material;
+    if (Resolve(__func__, handle, &sprite) &&
+        (material = LayerMaterial(sprite, layer, "Sprite_SetColor NG - no layer material %d")) !=
+            nullptr) {
+        material->setColor(LowByte(r), LowByte(g), LowByte(b));
+    }
+}
+
+KESTO_NATIVE(void, Sprite_1SetAlpha)(JNIEnv*, jclass, jint handle, jint layer, jint alpha) {
+    Sprite* sprite;
+    Material* material;
+    if (Resolve(__func__, handle, &sprite) &&
+        (material = LayerMaterial(sprite, layer, "Sprite_SetAlpha NG - no layer material %d")) !=
+            nullptr) {
+        material->setAlpha(LowByte(alpha));
+    }
+}
+
+KESTO_NATIVE(void, Sprite_1SetRGBOperation)
+(JNIEnv*, jclass, jint handle, jint layer, jint operation) {
+    Sprite* sprite;
+    Material* material;
+    if (Resolve(__func__, handle, &sprite) &&
+        (material = LayerMaterial(sprite, layer, "SetRGBOperation NG - no layer material %d")) !=
+            nullptr) {
+        material->setRGBOperation(operation);
+    }
+}
+
+KESTO_NATIVE(void, Sprite_1EnableColorBlending)
+(JNIEnv*, jclass, jint handle, jint layer, jboolean enabled) {
+    Sprite* sprite;
+    Material* material;
+    if (Resolve(__func__, handle, &sprite) &&
+        (material = LayerMaterial(sprite, layer,
+                                  "EnableColorBlending NG - no layer material %d")) != nullptr) {
+        material->setEnableColorBlending(IsTrue(enabled));
+    }
+}
+
+KESTO_NATIVE(void, Sprite_1SetTouchable)(JNIEnv*, jclass, jint handle, jboolean touchable) {
+    Sprite* sprite;
+    if (Resolve(__func__, handle, &sprite)) {
+        sprite->touchable = IsTrue(touchable);
+    }
+}
+
+KESTO_NATIVE(jint, CreateScissor)(JNIEnv*, jclass, jint environmentHandle) {
+    Environment* environment;
+    if (!Resolve(__func__, environmentHandle, &environment)) {
+        return 0;
+    }
+    Scissor* scissor = NewObject<Scissor>(environment);
+    if (scissor == nullptr) {
+        KLOGE("new Scissor NG");
+        return 0;
+    }
+    return PublishNode(scissor, Kind::SCISSOR);
+}
+
+KESTO_NATIVE(void, Scissor_1SetArea)
+(JNIEnv*, jclass, jint handle, jint x, jint y, jint width, jint height) {
+    Scissor* scissor;
+    if (Resolve(__func__, handle, &scissor)) {
+        scissor->setArea(x, y, width, height);
+    }
+}
+
+// --- Bitmap objects and the output vector ------------------------------------------------------
+
+KESTO_NATIVE(jint, CreateBitmap)(JNIEnv*, jclass, jint environmentHandle) {
+    // A bitmap needs no environment; one given must be real.
+    Environment* environment = nullptr;
+    if (environmentHandle != 0 && !Resolve(__func__, environmentHandle, &environment)) {
+        return 0;
+    }
+    Bitmap* bitmap = NewObject<Bitmap>(environment);
+    if (bitmap == nullptr) {
+        KLOGE("new Bitmap NG");
+        return 0;
+    }
+    return Publish(bitmap, Kind::BITMAP);
+}
+
+KESTO_NATIVE(void, DestroyBitmap)(JNIEnv*, jclass, jint handle) {
+    Bitmap* bitmap;
+    if (Unregister(__func__, handle, &bitmap)) {
+        DeleteObject(bitmap);
+    }
+}
+
+KESTO_NATIVE(jfloat, getOutputVectorX)(JNIEnv*, jclass) {
+    return g_OutputVector.x;
+}
+KESTO_NATIVE(jfloat, getOutputVectorY)(JNIEnv*, jclass) {
+    return g_OutputVector.y;
+}
+KESTO_NATIVE(jfloat, getOutputVectorZ)(JNIEnv*, jclass) {
+    return g_OutputVector.z;
+}

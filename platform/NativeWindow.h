@@ -1,0 +1,22 @@
+// The platform's native window, as the NDK declares it. On Android these come from libandroid; on
+// the desktop the host library implements them over X11 windows.
+#pragma once
+
+#include <EGL/egl.h>
+#include <jni.h>
+
+extern "C" {
+struct ANativeWindow;
+ANativeWindow* ANativeWindow_fromSurface(JNIEnv* env, jobject surface);
+void ANativeWindow_acquire(ANativeWindow* window);
+void ANativeWindow_release(ANativeWindow* window);
+int32_t ANativeWindow_getWidth(ANativeWindow* window);
+int32_t ANativeWindow_getHeight(ANativeWindow* window);
+}
+
+namespace kesto {
+
+// What EGL takes for a window surface.
+EGLNativeWindowType EglNativeWindow(ANativeWindow* window);
+
+}  // namespace kesto

@@ -1,0 +1,208 @@
+package host;
+
+import static org.junit.Assert.assertArrayEquals;
+import static org.junit.Assert.assertEquals;
+import static org.junit.Assert.assertFalse;
+import static org.junit.Assert.assertThrows;
+import static org.junit.Assert.assertTrue;
+
+import android.graphics.Bitmap;
+import android.graphics.Bitmap.Config;
+import java.nio.ByteBuffer;
+import java.nio.ByteOrder;
+import java.nio.FloatBuffer;
+import java.nio.IntBuffer;
+import java.nio.ShortBuffer;
+import java.util.Arrays;
+import org.junit.Test;
+
+// The desktop Bitmap must hold pixels exactly as a device does: native code reads the memory.
+public class BitmapStandInTest {
+    private static byte[] pixelBytes(Bitmap bitmap) {
+        ByteBuffer buffer = ByteBuffer.allocate(bitmap.getByteCount());
+        bitmap.copyPixelsToBuffer(buffer);
+        return buffer.array();
+    }
+
+    private static byte[] bytes(int... values) {
+        byte[] result = new byte[values.length];
+        for (int i = 0; i < values.length; ++i) {
+            result[i] = (byte) values[i];
+        }
+        return result;
+    }
+
+    @Test
+    public void sizesFollowTheConfig() {
+        int[] bytesPerPixel = {1, 2, 2, 4};
+        Config[] configs = {Config.ALPHA_8, Config.RGB_565, Config.ARGB_4444, Config.ARGB_8888};
+        for (int i = 0; i < configs.length; ++i) {
+            Bitmap bitmap = Bitmap.createBitmap(5, 3, configs[i]);
+            assertEquals(5, bitmap.getWidth());
+            assertEquals(3, bitmap.getHeight());
+            assertEquals(configs[i], bitmap.getConfig());
+            assertEquals(5 * bytesPerPixel[i], bitmap.getRowBytes());
+            assertEquals(15 * bytesPerPixel[i], bitmap.getByteCount());
+            assertArrayEquals(new byte[15 * bytesPerPixel[i]], pixelBytes(bitmap));
+            // Zeroed memory: transparent black, except that 5-6-5 has no alpha.
+            assertEquals(configs[i] == Config.RGB_565 ? 0xFF000000 : 0, bitmap.getPixel(4, 2));
+        }
+    }
+
+    @Test
+    public void argb8888IsPremultipliedRgbaInMemory() {
+        Bitmap bitmap = Bitmap.createBitmap(3, 1, Config.ARGB_8888);
+        bitmap.setPixel(0, 0, 0xFF102030);
+        bitmap.setPixel(1, 0, 0x80FF4020);
+        bitmap.setPixel(2, 0, 0x00FFFFFF);
+        assertArrayEquals(
+                bytes(0x10, 0x20, 0x30, 0xFF, 128, 32, 16, 128, 0, 0, 0, 0), pixelBytes(bitmap));
+        assertEquals(0xFF102030, bitmap.getPixel(0, 0));
+        assertEquals(0x80FF4020, bitmap.getPixel(1, 0));
+        assertEquals(0, bitmap.getPixel(2, 0));
+    }
+
+    @Test
+    public void argb8888UnpremultipliesWithRounding() {
+        Bitmap bitmap = Bitmap.createBitmap(1, 1, Config.ARGB_8888);
+        // Green 127 at alpha 16 is stored as 8 and reads back as 8 * 255 / 16 = 127.5 -> 128.
+        bitmap.setPixel(0, 0, 0x10FF7F01);
+        assertArrayEquals(bytes(16, 8, 0, 16), pixelBytes(bitmap));
+        assertEquals(0x10FF8000, bitmap.getPixel(0, 0));
+
+        bitmap.copyPixelsFromBuffer(ByteBuffer.wrap(bytes(10, 20, 30, 40)));
+        // 10 * 255 / 40 = 63.75 -> 64, 20 * 255 / 40 = 127.5 -> 128, 30 * 255 / 40 = 191.25 -> 191.
+        assertEquals(0x284080BF, bitmap.getPixel(0, 0));
+    }
+
+    @Test
+    public void rgb565IsLittleEndian565() {
+        Bitmap bitmap = Bitmap.createBitmap(2, 2, Config.RGB_565);
+        bitmap.setPixel(1, 0, 0xFFFF8040);
+        bitmap.setPixel(0, 1, 0xFF0000FF);
+        // 31 << 11 | 32 << 5 | 8 = 0xFC08; blue 31 = 0x001F.
+        assertArrayEquals(bytes(0, 0, 0x08, 0xFC, 0x1F, 0x00, 0, 0), pixelBytes(bitmap));
+        // Channels come back by bit replication, opaque.
+        assertEquals(0xFFFF8242, bitmap.getPixel(1, 0));
+        assertEquals(0xFF0000FF, bitmap.getPixel(0, 1));
+        assertEquals(0xFF000000, bitmap.getPixel(0, 0));
+
+        bitmap.copyPixelsFromBuffer(ByteBuffer.wrap(bytes(0x00, 0xF8, 0xE0, 0x07, 0, 0, 0, 0)));
+        assertEquals(0xFFFF0000, bitmap.getPixel(0, 0));
+        assertEquals(0xFF00FF00, bitmap.getPixel(1, 0));
+    }
+
+    @Test
+    public void argb4444AndAlpha8() {
+        Bitmap bitmap = Bitmap.createBitmap(2, 1, Config.ARGB_4444);
+        bitmap.setPixel(0, 0, 0xFF336699);
+        // Premultiplied 0x88 * 0x88 / 255 = 72.5 -> 73 -> nibble 4; alpha nibble 8.
+        bitmap.setPixel(1, 0, 0x88888888);
+        assertArrayEquals(bytes(0x9F, 0x36, 0x48, 0x44), pixelBytes(bitmap));
+        assertEquals(0xFF336699, bitmap.getPixel(0, 0));
+        // Nibble 4 -> 0x44, unpremultiplied by 0x88: 68 * 255 / 136 = 127.5 -> 128.
+        assertEquals(0x88808080, bitmap.getPixel(1, 0));
+
+        Bitmap alpha = Bitmap.createBitmap(2, 1, Config.ALPHA_8);
+        alpha.setPixel(1, 0, 0x7F123456);
+        assertArrayEquals(bytes(0, 0x7F), pixelBytes(alpha));
+        assertEquals(0x7F000000, alpha.getPixel(1, 0));
+    }
+
+    @Test
+    public void eraseColorFillsEveryPixel() {
+        Bitmap bitmap = Bitmap.createBitmap(3, 2, Config.ARGB_8888);
+        bitmap.eraseColor(0xFF204060);
+        byte[] pixels = pixelBytes(bitmap);
+        for (int i = 0; i < pixels.length; i += 4) {
+            assertArrayEquals(bytes(0x20, 0x40, 0x60, 0xFF), Arrays.copyOfRange(pixels, i, i + 4));
+        }
+        Bitmap rgb = Bitmap.createBitmap(2, 1, Config.RGB_565);
+        rgb.eraseColor(0xFFFFFFFF);
+        assertArrayEquals(bytes(0xFF, 0xFF, 0xFF, 0xFF), pixelBytes(rgb));
+    }
+
+    @Test
+    public void copiesAdvanceThePositionInElements() {
+        Bitmap bitmap = Bitmap.createBitmap(2, 1, Config.ARGB_8888);
+        bitmap.setPixel(0, 0, 0xFF010203);
+        bitmap.setPixel(1, 0, 0xFF040506);
+
+        ByteBuffer bytes = ByteBuffer.allocate(11);
+        bytes.position(1);
+        bitmap.copyPixelsToBuffer(bytes);
+        assertEquals(9, bytes.position());
+        assertArrayEquals(bytes(0, 1, 2, 3, 0xFF, 4, 5, 6, 0xFF, 0, 0), bytes.array());
+
+        // An int buffer sees the memory in its own byte order.
+        IntBuffer ints = ByteBuffer.allocate(12).order(ByteOrder.LITTLE_ENDIAN).asIntBuffer();
+        bitmap.copyPixelsToBuffer(ints);
+        assertEquals(2, ints.position());
+        assertEquals(0xFF030201, ints.get(0));
+        assertEquals(0xFF060504, ints.get(1));
+
+        ShortBuffer shorts = ByteBuffer.allocate(8).order(ByteOrder.BIG_ENDIAN).asShortBuffer();
+        shorts.put(0, (short) 0x0A0B);
+        shorts.put(1, (short) 0x0CFF);
+        shorts.put(2, (short) 0x0D0E);
+        shorts.put(3, (short) 0x0FFF);
+        bitmap.copyPixelsFromBuffer(shorts);
+        assertEquals(4, shorts.position());
+        assertEquals(0xFF0A0B0C, bitmap.getPixel(0, 0));
+        assertEquals(0xFF0D0E0F, bitmap.getPixel(1, 0));
+
+        ByteBuffer source = ByteBuffer.wrap(bytes(9, 1, 2, 3, 0xFF, 4, 5, 6, 0xFF));
+        source.position(1);
+        bitmap.copyPixelsFromBuffer(source);
+        assertEquals(9, source.position());
+        assertEquals(0xFF010203, bitmap.getPixel(0, 0));
+    }
+
+    @Test
+    public void buffersTooSmallOrOfTheWrongKindAreRefused() {
+        Bitmap bitmap = Bitmap.createBitmap(2, 2, Config.RGB_565);
+        ByteBuffer small = ByteBuffer.allocate(8);
+        small.position(1);
+        assertThrows(RuntimeException.class, () -> bitmap.copyPixelsToBuffer(small));
+        assertThrows(RuntimeException.class, () -> bitmap.copyPixelsFromBuffer(small));
+        assertEquals(1, small.position());
+        assertThrows(
+                RuntimeException.class, () -> bitmap.copyPixelsToBuffer(FloatBuffer.allocate(8)));
+    }
+
+    @Test
+    public void badArgumentsThrow() {
+        assertThrows(IllegalArgumentException.class,
+                () -> Bitmap.createBitmap(0, 1, Config.ARGB_8888));
+        assertThrows(IllegalArgumentException.class,
+                () -> Bitmap.createBitmap(1, -1, Config.ARGB_8888));
+        assertThrows(IllegalArgumentException.class, () -> Bitmap.createBitmap(1, 1, null));
+        assertThrows(IllegalArgumentException.class,
+                () -> Bitmap.createBitmap(65536, 65536, Config.ARGB_8888));
+
+        Bitmap bitmap = Bitmap.createBitmap(3, 2, Config.ARGB_8888);
+        assertThrows(IllegalArgumentException.class, () -> bitmap.getPixel(-1, 0));
+        assertThrows(IllegalArgumentException.class, () -> bitmap.getPixel(3, 0));
+        assertThrows(IllegalArgumentException.class, () -> bitmap.getPixel(0, 2));
+        assertThrows(IllegalArgumentException.class, () -> bitmap.setPixel(0, -1, 0));
+        assertThrows(IllegalArgumentException.class, () -> bitmap.setPixel(3, 1, 0));
+        assertArrayEquals(new byte[24], pixelBytes(bitmap));
+    }
+
+    @Test
+    public void recycledBitmapsRefusePixelAccess() {
+        Bitmap bitmap = Bitmap.createBitmap(2, 2, Config.ARGB_8888);
+        assertFalse(bitmap.isRecycled());
+        bitmap.recycle();
+        assertTrue(bitmap.isRecycled());
+        bitmap.recycle();
+        assertTrue(bitmap.isRecycled());
+        assertThrows(IllegalStateException.class, () -> bitmap.getPixel(0, 0));
+        assertThrows(IllegalStateException.class, () -> bitmap.setPixel(0, 0, 0));
+        assertThrows(IllegalStateException.class, () -> bitmap.eraseColor(0));
+        ByteBuffer buffer = ByteBuffer.allocate(16);
+        assertThrows(IllegalStateException.class, () -> bitmap.copyPixelsToBuffer(buffer));
+        assertThrows(IllegalStateException.class, () -> bitmap.copyPixelsFromBuffer(buffer));
+        assertEquals(0, buffer.position());
+    }
+}

@@ -1,0 +1,148 @@
+// The handle table: values, kinds, staleness, and lock-free lookups racing registration and
+// release. Also built with ThreadSanitizer.
+#include <gtest/gtest.h>
+
+#include <atomic>
+#include <set>
+#include <thread>
+#include <vector>
+
+#include "jni/HandleTable.h"
+
+namespace kesto::jni {
+namespace {
+
+bool AcceptsTexture(Kind kind) {
+    return kind == Kind::TEXTURE;
+}
+bool AcceptsScene(Kind kind) {
+    return kind == Kind::SCENE;
+}
+
+void* Find(HandleTable& table, jint handle, HandleTable::Status* status) {
+    void* object;
+    Kind kind;
+    bool embedded;
+    *status = table.find(handle, &AcceptsTexture, &object, &kind, &embedded);
+    return object;
+}
+
+TEST(HandleTableTest, HandlesArePositiveMultiplesOfFourAndKindChecked) {
+    HandleTable table;
+    int objects[64];
+    std::set<jint> seen;
+    for (int& object : objects) {
+        const jint handle = table.add(&object, Kind::TEXTURE, false);
+        ASSERT_GT(handle, 0);
+        ASSERT_EQ(0, handle % 4);
+        EXPECT_TRUE(seen.insert(handle).second);
+        HandleTable::Status status;
+        EXPECT_EQ(&object, Find(table, handle, &status));
+        EXPECT_EQ(HandleTable::Status::FOUND, status);
+        // A texture handle plus one is never a handle itself.
+        EXPECT_EQ(nullptr, Find(table, handle + 1, &status));
+    }
+    void* object;
+    Kind kind;
+    bool embedded;
+    EXPECT_EQ(HandleTable::Status::WRONG_KIND,
+              table.find(*seen.begin(), &AcceptsScene, &object, &kind, &embedded));
+    EXPECT_EQ(Kind::TEXTURE, kind);
+    EXPECT_EQ(nullptr, object);
+    EXPECT_EQ(HandleTable::Status::NONE, table.find(0, &AcceptsScene, &object, &kind, &embedded));
+    for (jint madeUp : {-4, 4 << 28, 0x7FFFFFFC, 3}) {
+        EXPECT_EQ(HandleTable::Status::UNKNOWN,
+                  table.find(madeUp, &AcceptsTexture, &object, &kind, &embedded))
+            << madeUp;
+    }
+    EXPECT_EQ(64, table.liveCount());
+}
+
+TEST(HandleTableTest, ReleasedHandlesStayStaleWhenTheirSlotIsReused) {
+    HandleTable table;
+    int first = 1, second = 2;
+    const jint old = table.add(&first, Kind::TEXTURE, false);
+    table.remove(old);
+    const jint reused = table.add(&second, Kind::TEXTURE, false);
+    EXPECT_NE(old, reused);
+    HandleTable::Status status;
+    EXPECT_EQ(nullptr, Find(table, old, &status));
+    EXPECT_EQ(HandleTable::Status::UNKNOWN, status);
+    EXPECT_EQ(&second, Find(table, reused, &status));
+    table.remove(old);  // a second release of a stale handle changes nothing
+    EXPECT_EQ(&second, Find(table, reused, &status));
+}
+
+TEST(HandleTableTest, OwnersReleaseTheirEmbeddedHandles) {
+    HandleTable table;
+    int owner = 0, part = 0;
+    const jint outer = table.add(&owner, Kind::SCENE, false);
+    const jint inner = table.add(&part, Kind::TEXTURE, true);
+    table.setEmbedded(outer, 1, inner);
+    EXPECT_EQ(inner, table.embedded(outer, 1));
+    void* object;
+    Kind kind;
+    bool embedded;
+    ASSERT_EQ(HandleTable::Status::FOUND,
+              table.find(inner, &AcceptsTexture, &object, &kind, &embedded));
+    EXPECT_TRUE(embedded);
+    table.remove(outer);
+    EXPECT_EQ(HandleTable::Status::UNKNOWN,
+              table.find(inner, &AcceptsTexture, &object, &kind, &embedded));
+    EXPECT_EQ(0, table.liveCount());
+}
+
+TEST(HandleTableTest, LookupsRaceRegistrationAndRelease) {
+    HandleTable table;
+    constexpr int kObjects = 256;
+    static int objects[kObjects];
+    std::atomic<jint> published[kObjects] = {};
+    std::atomic<bool> stop{false};
+    std::atomic<int> ready{0};
+    // The writer keeps replacing handles; readers must only ever see the object a handle was
+    // made for, or a refusal.
+    std::thread writer([&] {
+        while (ready.load() < 2) {
+            std::this_thread::yield();
+        }
+        for (int round = 0; round < 500; ++round) {
+            for (int i = 0; i < kObjects; ++i) {
+                const jint previous = published[i].exchange(0);
+                if (previous != 0) {
+                    table.remove(previous);
+                }
+                published[i].store(table.add(&objects[i], Kind::TEXTURE, false));
+            }
+        }
+        stop = true;
+    });
+    std::vector<std::thread> readers;
+    std::atomic<long> found{0};
+    for (int r = 0; r < 2; ++r) {
+        readers.emplace_back([&] {
+            ++ready;
+            bool last = false;
+            while (!last) {
+                last = stop.load();  // one more full pass once the writer is done
+                for (int i = 0; i < kObjects; ++i) {
+                    const jint handle = published[i].load();
+                    HandleTable::Status status;
+                    void* object = Find(table, handle, &status);
+                    if (status == HandleTable::Status::FOUND) {
+                        ASSERT_EQ(&objects[i], object);
+                        ++found;
+                    }
+                }
+            }
+        });
+    }
+    writer.join();
+    for (std::thread& reader : readers) {
+        reader.join();
+    }
+    EXPECT_GT(found.load(), 0);
+    EXPECT_EQ(kObjects, table.liveCount());
+}
+
+}  // namespace
+}  // namespace kesto::jni
