@@ -1,5 +1,6 @@
 // Lets JVM tests read what the engine logs: liblog writes to the process's stderr, which Java
 // cannot redirect, so the capture happens here.
+#include <android/log.h>
 #include <jni.h>
 
 #include <memory>
@@ -14,6 +15,8 @@ std::unique_ptr<kesto::test::LogCapture> g_capture;
 }  // namespace
 
 extern "C" JNIEXPORT void JNICALL Java_com_xol_kesto2_test_NativeLog_start(JNIEnv*, jclass) {
+    // liblog drops debug lines by default; the tests read them too.
+    __android_log_set_minimum_priority(ANDROID_LOG_DEBUG);
     g_capture = std::make_unique<kesto::test::LogCapture>();
 }
 

@@ -100,9 +100,51 @@ public final class Kesto2 {
     public static native int CreateScissor(int environment);
     public static native void Scissor_SetArea(int scissor, int x, int y, int width, int height);
 
-    // Bitmap objects and the shared output vector.
+    // Bitmap objects, textures, snapshots.
     public static native int CreateBitmap(int environment);
     public static native void DestroyBitmap(int bitmap);
+    /** Copies a Java bitmap in; a texture handle + 1 uploads it to that texture instead. */
+    public static native boolean Bitmap_Set(int bitmap, android.graphics.Bitmap javaBitmap);
+    public static native boolean Bitmap_SetAndConvert(int bitmap, android.graphics.Bitmap javaBitmap,
+            int pixelFormat, int width, int height, int edges);
+    public static native int CreateTexture(int environment);
+    public static native void DestroyTexture(int texture);
+    /** The GL name of a new external texture, for an image stream to feed. */
+    public static native int Texture_SetupOESTexture(int texture);
+    public static native boolean Texture_SetOESTextureTransform(int texture, float m0, float m1,
+            float m2, float m3, float m4, float m5, float m6, float m7, float m8, float m9,
+            float m10, float m11, float m12, float m13, float m14, float m15);
+    /** Any thread: queues the bitmap for the render thread's next upload. */
+    public static native boolean Texture_SetupByBitmap(int texture, int bitmap, boolean swap);
+    public static native boolean Texture_SetupByBitmap_InRenderThread(int texture, int bitmap, boolean swap);
+    public static native boolean Texture_SetupByNativeBitmap(int texture, int nativeBitmap, boolean swap);
+    public static native boolean Texture_SetupByNativeBitmapAndRealize(int texture, int nativeBitmap);
+    public static native boolean Texture_SetupByAndroidBitmapAndRealize(int texture,
+            android.graphics.Bitmap javaBitmap);
+    public static native boolean Texture_Realize(int texture);
+    /** Slots: 0 cleared by every setup, 1 texture size (width << 16 | height), 2 content size. */
+    public static native void Texture_RecordInfo(int texture, int index, int value);
+    public static native int Texture_QueryInfo(int texture, int index);
+    public static native boolean Texture_RealizeBlankTexture(int texture, int pixelFormat, int width, int height);
+    public static native boolean Texture_RealizeSubTexture(int texture, int desX, int desY,
+            android.graphics.Bitmap javaBitmap, int srcX, int srcY, int srcWidth, int srcHeight);
+    public static native boolean Texture_RealizeBorder(int texture, int x, int y, int width, int height,
+            int thickness, int color);
+    /** The window's current surface (x, y from the bottom left; all 0: whole) as a new bitmap. */
+    public static native android.graphics.Bitmap Window_NativeGetSnapshot(int window, int x, int y,
+            int width, int height);
+    public static native boolean Window_NativeRenderPartialSceneToTexture(int window, int texture,
+            int part, int x, int y, int width, int height, boolean includeHidden);
+    public static native boolean Window_NativeRenderOESTextureToTexture(int window, int source,
+            int target, float left, float top, float right, float bottom);
+
+    // Pixel formats, as the native side codes them.
+    public static final int PIXEL_FORMAT_RGB565 = 0x25650;
+    public static final int PIXEL_FORMAT_RGBA5551 = 0x25551;
+    public static final int PIXEL_FORMAT_RGB888 = 0x38880;
+    public static final int PIXEL_FORMAT_RGBA8888 = 0x148888;
+
+    // The shared output vector.
     public static native float getOutputVectorX();
     public static native float getOutputVectorY();
     public static native float getOutputVectorZ();

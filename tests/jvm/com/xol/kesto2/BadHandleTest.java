@@ -26,6 +26,8 @@ public class BadHandleTest {
     private static int otherKind;  // for the bitmap methods themselves
     private static int stale;
     private static Surface surface;
+    private static final android.graphics.Bitmap javaBitmap =
+            android.graphics.Bitmap.createBitmap(2, 2, android.graphics.Bitmap.Config.ARGB_8888);
 
     @BeforeClass
     public static void setUp() {
@@ -69,7 +71,8 @@ public class BadHandleTest {
             arguments[i] = type == int.class ? (Object) 1
                     : type == float.class ? (Object) 1f
                     : type == boolean.class ? (Object) true
-                    : type == Surface.class ? surface : null;
+                    : type == Surface.class ? surface
+                    : type == android.graphics.Bitmap.class ? javaBitmap : null;
         }
         return method.invoke(null, arguments);
     }
@@ -96,7 +99,8 @@ public class BadHandleTest {
         List<String> before = status();
         for (Method method : handleMethods()) {
             int value = handle;
-            if (what.equals("wrong kind") && method.getName().endsWith("Bitmap")) {
+            String name = method.getName();
+            if (what.equals("wrong kind") && (name.startsWith("Bitmap_") || name.equals("DestroyBitmap"))) {
                 value = otherKind;
             }
             List<String> lines;
