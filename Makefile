@@ -18,7 +18,7 @@ build: configure
 	@cmake --build $(BUILD_DIR) -j $(JOBS)
 
 demo: build
-	@scripts/with-x.sh $(BUILD_DIR)/examples/kesto_egl_info
+	@scripts/with-x.sh scripts/demo.sh $(BUILD_DIR)
 
 test: build
 	@scripts/with-x.sh ctest --test-dir $(BUILD_DIR) --output-on-failure -j $(JOBS)
