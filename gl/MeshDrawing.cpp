@@ -48,6 +48,16 @@ void SetTransforms(ShaderProgram* program, const Matrix& projection, const Matri
 
 }  // namespace
 
+ShaderProgram* Renderer::builtInProgram(int which) {
+    static const char* const kNames[PROGRAM_COUNT] = {
+        DefaultShader::DEFAULT_SP, DefaultShader::NO_TEXTURE_SP, DefaultShader::OES_TEXTURE_SP};
+    // A failed build is not remembered: the next draw asks again, as a lookup would.
+    if (builtInPrograms_[which] == nullptr) {
+        builtInPrograms_[which] = context->getShaderProgram(kNames[which]);
+    }
+    return builtInPrograms_[which];
+}
+
 void Renderer::renderMesh(Mesh* mesh) {
     if (mesh == nullptr || mesh->material == nullptr) {
         return;
@@ -70,11 +80,9 @@ void Renderer::renderMesh(Mesh* mesh) {
 
     ShaderProgram* program = material->shaderProgram;
     if (program == nullptr) {
-        const char* name = (texture != nullptr && texture->isOESTexture)
-                               ? DefaultShader::OES_TEXTURE_SP
-                           : textureName != 0 ? DefaultShader::DEFAULT_SP
-                                              : DefaultShader::NO_TEXTURE_SP;
-        program = context->getShaderProgram(name);
+        program = builtInProgram((texture != nullptr && texture->isOESTexture) ? PROGRAM_OES_TEXTURE
+                                 : textureName != 0                            ? PROGRAM_DEFAULT
+                                                    : PROGRAM_NO_TEXTURE);
     }
     if (program == nullptr) {
         KLOGE("RenderMesh NG program == null");
@@ -109,7 +117,7 @@ void Renderer::renderMesh(Mesh* mesh) {
         return;
     }
 
-    if (program == context->getShaderProgram(DefaultShader::NO_TEXTURE_SP)) {
+    if (program == builtInProgram(PROGRAM_NO_TEXTURE)) {
         // Drawn in the material's colour, not premultiplied, with whatever blend state the
         // previous draw left.
         SetTransforms(program, projectionMatrix, modelViewMatrix);

@@ -16,6 +16,7 @@ class Context;
 class Environment;
 class Material;
 class Mesh;
+class ShaderProgram;
 class Texture;
 class Window;
 
@@ -87,6 +88,14 @@ class Renderer {
     EGLBoolean present(Window* window);
     // Inert: the window calls it at the end of every render.
     void flush() {}
+
+    // A built-in program by name, remembered once built: the same program a lookup through the
+    // context returns, without the lookup on every draw.
+    ShaderProgram* builtInProgram(int which);
+    enum BuiltInProgram { PROGRAM_DEFAULT, PROGRAM_NO_TEXTURE, PROGRAM_OES_TEXTURE, PROGRAM_COUNT };
+
+  private:
+    ShaderProgram* builtInPrograms_[PROGRAM_COUNT] = {};
 };
 
 }  // namespace kesto

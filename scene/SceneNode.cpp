@@ -113,6 +113,7 @@ void SceneNode::updateWorldTransformMatrix() {
     }
     worldTransformDirty = false;
     ++worldTransformVersion;
+    inverseWorldTransformValid = false;
 }
 
 const Matrix& SceneNode::getWorldTransform(bool* isIdentity) {
@@ -201,10 +202,13 @@ bool SceneNode::dispatchHitTest(const Ray& worldRay, Vector* hitPosition, Vector
             return true;
         }
     }
-    Matrix inverse;
-    getWorldTransform(nullptr).getInverse(&inverse);
+    const Matrix& world = getWorldTransform(nullptr);
+    if (!inverseWorldTransformValid) {
+        world.getInverse(&inverseWorldTransform);
+        inverseWorldTransformValid = true;
+    }
     Ray localRay;
-    worldRay.getTransformedRay(inverse, &localRay);
+    worldRay.getTransformedRay(inverseWorldTransform, &localRay);
     if (!hitTest(localRay, hitPosition, hitNormal, hitDirection)) {
         return false;
     }

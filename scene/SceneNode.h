@@ -44,6 +44,9 @@ class SceneNode {
     int32_t renderFlags = 0;
     // The node's handle on the Java side, 0 when it has none; what a hit test reports there.
     int32_t bindingHandle = 0;
+    // Inverse of worldTransform for hit tests, valid until the world transform is recomputed.
+    Matrix inverseWorldTransform;
+    bool inverseWorldTransformValid = false;
 
     explicit SceneNode(Environment* env);
     // Detaches from the parent and from the children; the children are not destroyed.
