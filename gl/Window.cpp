@@ -128,6 +128,10 @@ void Window::render() {
         KLOGE("render - eglSurface 0");
         return;
     }
+    if (!NativeWindowAlive(nativeWindow)) {
+        KLOGE("render NG - native window lost");
+        return;
+    }
     Renderer* renderer = context->renderer;
     renderer->clearStatus();
     renderer->targetWindow(this);
@@ -141,12 +145,24 @@ void Window::render() {
     flushEndTime = Now();
 }
 
-void Window::present() {
+bool Window::present() {
+    if (eglSurface == EGL_NO_SURFACE) {
+        KLOGE("present - eglSurface 0");
+        return false;
+    }
+    if (!NativeWindowAlive(nativeWindow)) {
+        KLOGE("present NG - native window lost");
+        return false;
+    }
     Renderer* renderer = context->renderer;
-    renderer->present(this);
+    if (!renderer->present(this)) {
+        KLOGE("present - eglSwapBuffers NG %08X", eglGetError());
+        return false;
+    }
     renderer->clearBuffers(clearColor[0], clearColor[1], clearColor[2], clearColor[3]);
     std::memcpy(lastClearColor, clearColor, sizeof lastClearColor);
     lastClearTime = Now();
+    return true;
 }
 
 bool Window::renderToTexture(Texture* texture, int flags, int x, int y, int regionWidth,

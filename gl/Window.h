@@ -49,7 +49,8 @@ class Window {
     void setClearColor(float r, float g, float b, float a);
     void render();
     // Swaps, then clears the new back buffer at once so the next render can skip its clear.
-    void present();
+    // False when the swap failed (the native window may be gone).
+    bool present();
     // Draws the nodes whose render flags meet `flags`, the window region (x, y, width, height)
     // scaled to fill the texture, so that the region's top row is the texture's first row.
     bool renderToTexture(Texture* texture, int flags, int x, int y, int width, int height,

@@ -71,12 +71,19 @@ void ANativeWindow_release(ANativeWindow* window) {
     }
 }
 
+// Like an abandoned Android window, one whose X window is gone answers size queries with an error.
 int32_t ANativeWindow_getWidth(ANativeWindow* window) {
-    return window != nullptr ? window->width : -EINVAL;
+    if (window == nullptr) {
+        return -EINVAL;
+    }
+    return kesto::host::X11WindowExists(window->xid) ? window->width : -ENODEV;
 }
 
 int32_t ANativeWindow_getHeight(ANativeWindow* window) {
-    return window != nullptr ? window->height : -EINVAL;
+    if (window == nullptr) {
+        return -EINVAL;
+    }
+    return kesto::host::X11WindowExists(window->xid) ? window->height : -ENODEV;
 }
 
 unsigned long KestoHost_ANativeWindow_getXWindow(ANativeWindow* window) {

@@ -3,7 +3,42 @@
 #include <X11/Xlib.h>
 #include <X11/Xutil.h>
 
+#include <mutex>
+
 namespace kesto::host {
+
+namespace {
+
+std::mutex g_probeLock;
+bool g_probeFailed = false;
+
+int RecordProbeError(Display*, XErrorEvent*) {
+    g_probeFailed = true;
+    return 0;
+}
+
+}  // namespace
+
+bool X11WindowExists(unsigned long xid) {
+    if (xid == 0) {
+        return false;
+    }
+    // One connection for the queries; X errors for a missing window must not end the process,
+    // so a handler of our own is in place while asking.
+    static Display* probe = XOpenDisplay(nullptr);
+    if (probe == nullptr) {
+        return false;
+    }
+    std::lock_guard<std::mutex> guard(g_probeLock);
+    XSync(probe, False);
+    g_probeFailed = false;
+    XErrorHandler previous = XSetErrorHandler(RecordProbeError);
+    XWindowAttributes attributes;
+    const Status found = XGetWindowAttributes(probe, xid, &attributes);
+    XSync(probe, False);
+    XSetErrorHandler(previous);
+    return found != 0 && !g_probeFailed;
+}
 
 std::unique_ptr<X11Window> X11Window::Open(int width, int height, const char* title) {
     if (width <= 0 || height <= 0) {

@@ -9,6 +9,9 @@ struct _XDisplay;
 
 namespace kesto::host {
 
+// Whether an X window with this id exists on DISPLAY (a round trip to the server).
+bool X11WindowExists(unsigned long xid);
+
 class X11Window {
   public:
     // Opens a window of the given size on DISPLAY and waits until it is mapped; null when there

@@ -262,8 +262,7 @@ KESTO_NATIVE(jboolean, Window_1Render)(JNIEnv*, jclass, jint handle) {
         return JNI_FALSE;
     }
     window->render();
-    window->present();
-    return JNI_TRUE;
+    return window->present();
 }
 
 KESTO_NATIVE(void, Window_1RenderWithoutPresent)(JNIEnv*, jclass, jint handle) {
@@ -278,8 +277,7 @@ KESTO_NATIVE(jboolean, Window_1Present)(JNIEnv*, jclass, jint handle) {
     if (!Resolve(__func__, handle, &window)) {
         return JNI_FALSE;
     }
-    window->present();
-    return JNI_TRUE;
+    return window->present();
 }
 
 KESTO_NATIVE(void, Window_1SetShowFrameInfoThreshold)
@@ -553,7 +551,10 @@ KESTO_NATIVE(jint, CreateSpriteWithConfig)
     if (!Resolve(__func__, environmentHandle, &environment)) {
         return 0;
     }
-    if (layersCount <= 0) {
+    // Every layer is a mesh with its own material: a count in the thousands is a mistake that
+    // would cost memory and time on every frame, so it is refused like a count of 0.
+    constexpr jint kMaximumLayers = 1024;
+    if (layersCount <= 0 || layersCount > kMaximumLayers) {
         KLOGE("CreateSprite NG - error layersCount %d", layersCount);
         return 0;
     }

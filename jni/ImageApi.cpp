@@ -292,7 +292,10 @@ KESTO_NATIVE(jboolean, Texture_1RealizeBlankTexture)
     if (handle != 0 && !Resolve(__func__, handle, &texture)) {
         return JNI_FALSE;
     }
-    if (texture == nullptr || width < 1 || height < 1) {
+    // Sizes the packed size slots cannot hold, or whose byte count overflows, are refused here,
+    // before the texture gives up what it has.
+    if (texture == nullptr || width < 1 || height < 1 || width > 0xFFFF || height > 0xFFFF ||
+        BufferBytes(pixelFormat, width, height) < 0) {
         KLOGE("Texture RealizeBlankTexture NG, texture:%d width:%d height:%d", handle, width,
               height);
         return JNI_FALSE;

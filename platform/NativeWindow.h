@@ -18,5 +18,9 @@ namespace kesto {
 
 // What EGL takes for a window surface.
 EGLNativeWindowType EglNativeWindow(ANativeWindow* window);
+// False once the window behind a surface is gone (its size queries then fail).
+inline bool NativeWindowAlive(ANativeWindow* window) {
+    return ANativeWindow_getWidth(window) >= 0;
+}
 
 }  // namespace kesto

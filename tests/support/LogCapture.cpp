@@ -4,9 +4,37 @@
 
 #include <cstdio>
 #include <cstdlib>
-#include <regex>
 
 namespace kesto::test {
+
+namespace {
+
+// "TAG P MM-DD hh:mm:ss  pid  tid message": six fields, then the message as it was printed.
+bool Parse(const std::string& line, LogLine* parsed) {
+    size_t at = 0;
+    std::string fields[6];
+    for (std::string& field : fields) {
+        const size_t begin = line.find_first_not_of(' ', at);
+        if (begin == std::string::npos) {
+            return false;
+        }
+        const size_t finish = line.find(' ', begin);
+        if (finish == std::string::npos) {
+            return false;
+        }
+        field = line.substr(begin, finish - begin);
+        at = finish;
+    }
+    if (fields[1].size() != 1 || fields[2].size() != 5 || fields[2][2] != '-') {
+        return false;
+    }
+    parsed->tag = fields[0];
+    parsed->priority = fields[1][0];
+    parsed->message = line.substr(at + 1);
+    return true;
+}
+
+}  // namespace
 
 LogCapture::LogCapture() {
     std::fflush(stderr);
@@ -49,8 +77,6 @@ void LogCapture::refresh() {
         raw_.append(buffer, static_cast<size_t>(got));
         offset += got;
     }
-    static const std::regex kLine(
-        R"(^(\S+) ([VDIWEF]) \d\d-\d\d \d\d:\d\d:\d\d(?:\.\d+)?\s+\d+\s+\d+ (.*)$)");
     lines_.clear();
     size_t start = 0;
     while (start < raw_.size()) {
@@ -58,10 +84,9 @@ void LogCapture::refresh() {
         if (end == std::string::npos) {
             end = raw_.size();
         }
-        const std::string line = raw_.substr(start, end - start);
-        std::smatch match;
-        if (std::regex_match(line, match, kLine)) {
-            lines_.push_back({match[1], match[2].str()[0], match[3]});
+        LogLine parsed;
+        if (Parse(raw_.substr(start, end - start), &parsed)) {
+            lines_.push_back(parsed);
         }
         start = end + 1;
     }
