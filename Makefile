@@ -25,3 +25,10 @@ test: build
 
 clean:
 	rm -rf $(BUILD_DIR)
+
+# Benchmarks: the engine, its floor and the SDL2 peer, then one summary table. Not part of `test`.
+# BENCH_ARGS passes options on, e.g. BENCH_ARGS="--rounds=3 --min-time=0.25".
+.PHONY: bench
+bench: configure
+	@cmake --build $(BUILD_DIR) -j $(JOBS) --target kesto_benchmarks
+	@scripts/with-x.sh bench/run.sh $(BUILD_DIR) $(BENCH_ARGS)

@@ -29,13 +29,13 @@ bool X11WindowExists(unsigned long xid) {
     if (probe == nullptr) {
         return false;
     }
+    // One round trip: the connection makes no other requests, and the error for a missing
+    // window arrives while the request waits for its reply.
     std::lock_guard<std::mutex> guard(g_probeLock);
-    XSync(probe, False);
     g_probeFailed = false;
     XErrorHandler previous = XSetErrorHandler(RecordProbeError);
     XWindowAttributes attributes;
     const Status found = XGetWindowAttributes(probe, xid, &attributes);
-    XSync(probe, False);
     XSetErrorHandler(previous);
     return found != 0 && !g_probeFailed;
 }

@@ -8,6 +8,8 @@ packages=(
     build-essential cmake pkg-config
     # tests and benchmarks
     libgtest-dev libgmock-dev googletest libbenchmark-dev
+    # the peer renderer the benchmarks compare against
+    libsdl2-dev
     # EGL and GLES2 (Mesa's llvmpipe renders without a GPU) on a virtual X server
     libegl1-mesa-dev libgles2-mesa-dev libegl-mesa0 libgl1-mesa-dri libx11-dev
     xvfb x11-utils
@@ -15,6 +17,8 @@ packages=(
     android-liblog-dev android-platform-frameworks-native-headers
     # Java binding, JVM tests and images
     default-jdk-headless junit4 libpng-dev
+    # fuzzing (libFuzzer comes with clang's runtime)
+    clang libclang-rt-14-dev
 )
 
 missing=()

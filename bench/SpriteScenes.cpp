@@ -1,0 +1,250 @@
+#include "bench/SpriteScenes.h"
+
+#include <cstring>
+
+#include "core/Accounting.h"
+#include "gl/Renderer.h"
+#include "host/HostNativeWindow.h"
+#include "platform/Log.h"
+#include "scene/Material.h"
+#include "shader/DefaultShader.h"
+#include "shader/ShaderProgram.h"
+
+// Errors only: the engine's informational lines would bury the benchmark output.
+extern "C" void __xollog_init_mask(const char* /*tag*/, int /*level*/, unsigned char* mask) {
+    *mask = kesto::LOG_LEVEL_ERROR;
+}
+
+namespace kesto::bench {
+
+namespace {
+
+// The engine's vertex layout for a quad: x, y, z, u, v per vertex, as a triangle strip of
+// top-left, bottom-left, top-right, bottom-right.
+constexpr GLsizei kStride = 20;
+
+}  // namespace
+
+const char* Harness::open() {
+    env = NewObject<Environment>();
+    if (env == nullptr || !env->init(8, 8, 8, 0)) {
+        return "no EGL display (is DISPLAY set?)";
+    }
+    context = env->getDefaultContext();
+    if (context == nullptr || !context->runOnCurrentThread()) {
+        return "no EGL context";
+    }
+    native = host::X11Window::Open(kWindowWidth, kWindowHeight, "kesto bench");
+    if (native == nullptr) {
+        return "no X11 window";
+    }
+    nativeWindow = KestoHost_ANativeWindow_fromXWindow(native->id(), kWindowWidth, kWindowHeight);
+    window = std::make_unique<Window>(env, context);
+    window->setClearColor(kClearColor[0], kClearColor[1], kClearColor[2], kClearColor[3]);
+    if (!window->bindSurface(nativeWindow, kWindowWidth, kWindowHeight)) {
+        return "binding the window surface failed";
+    }
+    return nullptr;
+}
+
+void Harness::close() {
+    window.reset();
+    if (nativeWindow != nullptr) {
+        ANativeWindow_release(nativeWindow);
+        nativeWindow = nullptr;
+    }
+    native.reset();
+    if (env != nullptr) {
+        env->deinit();
+        DeleteObject(env);
+        env = nullptr;
+        context = nullptr;
+    }
+}
+
+std::string Harness::describeGl() const {
+    auto text = [](const GLubyte* value) {
+        return value != nullptr ? std::string(reinterpret_cast<const char*>(value)) : "?";
+    };
+    const char* eglVersion = eglQueryString(env->eglDisplay, EGL_VERSION);
+    const char* eglVendor = eglQueryString(env->eglDisplay, EGL_VENDOR);
+    return text(glGetString(GL_VENDOR)) + " | " + text(glGetString(GL_RENDERER)) + " | " +
+           text(glGetString(GL_VERSION)) + " | EGL " + (eglVersion ? eglVersion : "?") + " " +
+           (eglVendor ? eglVendor : "?");
+}
+
+void Harness::swapIntervalRange(int* minimum, int* maximum) const {
+    EGLint low = -1, high = -1;
+    eglGetConfigAttrib(env->eglDisplay, context->eglConfig, EGL_MIN_SWAP_INTERVAL, &low);
+    eglGetConfigAttrib(env->eglDisplay, context->eglConfig, EGL_MAX_SWAP_INTERVAL, &high);
+    *minimum = low;
+    *maximum = high;
+}
+
+std::unique_ptr<Texture> MakeSpriteTexture(Environment* env) {
+    const std::vector<uint32_t> pixels = MakePixels(kSpriteSize);
+    Bitmap bitmap;
+    if (!bitmap.allocateBitmap(PIXEL_FORMAT_RGBA8888, kSpriteSize, kSpriteSize)) {
+        return nullptr;
+    }
+    for (int row = 0; row < kSpriteSize; ++row) {
+        std::memcpy(bitmap.buffer + row * bitmap.scanlineBytes, &pixels[row * kSpriteSize],
+                    kSpriteSize * 4);
+    }
+    auto texture = std::make_unique<Texture>(env);
+    if (!texture->init() || !texture->setupByBitmap_InRenderThread(&bitmap, false)) {
+        return nullptr;
+    }
+    return texture;
+}
+
+Vector EngineSprites::PositionOf(const Placement& placement) {
+    // The camera puts the origin at the window's centre with y up.
+    return Vector(placement.x - kWindowWidth / 2.0f, kWindowHeight / 2.0f - placement.y, 0.0f);
+}
+
+EngineSprites::EngineSprites(Environment* env, Texture* texture,
+                             const std::vector<Placement>& layout)
+    : scene(env) {
+    sprites.reserve(layout.size());
+    for (const Placement& placement : layout) {
+        auto sprite = std::make_unique<Sprite>(env);
+        sprite->init(1, true);
+        sprite->initSpriteGeometry(0, kSpriteSize, kSpriteSize, 0.0f, 0.0f, 0.0f);
+        Material* material = sprite->getLayerMaterial(0);
+        material->setTexture(0, texture);
+        material->setAlpha(kSpriteAlpha);
+        sprite->setPosition(PositionOf(placement));
+        // Counter-clockwise with y up is clockwise on the screen once negated.
+        sprite->setRotate(Vector(0.0f, 0.0f, -placement.angle));
+        scene.rootNode.addChild(sprite.get(), false);
+        sprites.push_back(std::move(sprite));
+    }
+}
+
+void EngineUpload(Texture* texture) {
+    texture->createRenderTexture();
+    glFinish();
+}
+
+void PlainUpload(GLuint* name, const void* pixels, int size) {
+    if (*name != 0) {
+        glDeleteTextures(1, name);
+    }
+    glGenTextures(1, name);
+    glBindTexture(GL_TEXTURE_2D, *name);
+    glTexParameteri(GL_TEXTURE_2D, GL_TEXTURE_MIN_FILTER, GL_LINEAR);
+    glTexParameteri(GL_TEXTURE_2D, GL_TEXTURE_MAG_FILTER, GL_LINEAR);
+    glTexParameteri(GL_TEXTURE_2D, GL_TEXTURE_WRAP_S, GL_CLAMP_TO_EDGE);
+    glTexParameteri(GL_TEXTURE_2D, GL_TEXTURE_WRAP_T, GL_CLAMP_TO_EDGE);
+    glPixelStorei(GL_UNPACK_ALIGNMENT, 4);
+    glTexImage2D(GL_TEXTURE_2D, 0, GL_RGBA, size, size, 0, GL_RGBA, GL_UNSIGNED_BYTE, pixels);
+    glFinish();
+}
+
+FloorSprites::FloorSprites(Harness& harness, EngineSprites& engine)
+    : display_(harness.env->eglDisplay),
+      surface_(harness.window->eglSurface),
+      context_(harness.context->eglContext),
+      width_(harness.window->width),
+      height_(harness.window->height) {
+    Renderer* renderer = harness.context->renderer;
+    projection_ = renderer->projectionMatrix;
+    const Matrix view = renderer->viewMatrix;
+    program_ = harness.context->getShaderProgram(DefaultShader::DEFAULT_SP)->glProgram;
+    projectionLocation_ = glGetUniformLocation(program_, "ProjectionMatrix");
+    modelViewLocation_ = glGetUniformLocation(program_, "ModelViewMatrix");
+    blendColorLocation_ = glGetUniformLocation(program_, "BlendColor");
+    alpha_ = 1.0f * static_cast<float>(kSpriteAlpha / 255.0);
+
+    const std::vector<uint32_t> pixels = MakePixels(kSpriteSize);
+    glGenTextures(1, &texture_);
+    glBindTexture(GL_TEXTURE_2D, texture_);
+    glTexParameteri(GL_TEXTURE_2D, GL_TEXTURE_MIN_FILTER, GL_LINEAR);
+    glTexParameteri(GL_TEXTURE_2D, GL_TEXTURE_MAG_FILTER, GL_LINEAR);
+    glTexParameteri(GL_TEXTURE_2D, GL_TEXTURE_WRAP_S, GL_CLAMP_TO_EDGE);
+    glTexParameteri(GL_TEXTURE_2D, GL_TEXTURE_WRAP_T, GL_CLAMP_TO_EDGE);
+    glPixelStorei(GL_UNPACK_ALIGNMENT, 4);
+    glTexImage2D(GL_TEXTURE_2D, 0, GL_RGBA, kSpriteSize, kSpriteSize, 0, GL_RGBA, GL_UNSIGNED_BYTE,
+                 pixels.data());
+
+    const float half = kSpriteSize * 0.5f;
+    const float quad[4][5] = {{-half, half, 0.0f, 0.0f, 0.0f},
+                              {-half, -half, 0.0f, 0.0f, 1.0f},
+                              {half, half, 0.0f, 1.0f, 0.0f},
+                              {half, -half, 0.0f, 1.0f, 1.0f}};
+    buffers_.resize(engine.sprites.size());
+    modelViews_.resize(engine.sprites.size());
+    glGenBuffers(static_cast<GLsizei>(buffers_.size()), buffers_.data());
+    for (size_t i = 0; i < buffers_.size(); ++i) {
+        glBindBuffer(GL_ARRAY_BUFFER, buffers_[i]);
+        glBufferData(GL_ARRAY_BUFFER, sizeof quad, quad, GL_STATIC_DRAW);
+        Matrix::TransformMultiply(&modelViews_[i], engine.sprites[i]->getWorldTransform(nullptr),
+                                  view);
+    }
+    glBindBuffer(GL_ARRAY_BUFFER, 0);
+}
+
+FloorSprites::~FloorSprites() {
+    glDeleteBuffers(static_cast<GLsizei>(buffers_.size()), buffers_.data());
+    glDeleteTextures(1, &texture_);
+}
+
+// Call for call what Window::render issues for this scene: Renderer::clearStatus, targetWindow,
+// the clear that present() makes unnecessary within 100 ms, setViewport, and per sprite the
+// textured premultiplied path of Renderer::renderMesh with the program setters' error checks.
+void FloorSprites::render() {
+    const uint32_t start = NowMillis();
+    glClearStencil(0);
+    glDisable(GL_STENCIL_TEST);
+    glDisable(GL_SCISSOR_TEST);
+    glFrontFace(GL_CCW);
+    glEnable(GL_DITHER);
+    glClearColor(0.0f, 0.0f, 0.0f, 1.0f);
+    glDisable(GL_CULL_FACE);
+    glDisable(GL_DEPTH_TEST);
+    glDepthFunc(GL_LEQUAL);
+    glEnable(GL_BLEND);
+    eglMakeCurrent(display_, surface_, surface_, context_);
+    if (!presented_ || start > lastClearTime_ + 100u) {
+        glClearColor(kClearColor[0], kClearColor[1], kClearColor[2], kClearColor[3]);
+        glClear(GL_COLOR_BUFFER_BIT | GL_DEPTH_BUFFER_BIT | GL_STENCIL_BUFFER_BIT);
+    }
+    glViewport(0, 0, width_, height_);
+    const float* projection = projection_.m;
+    for (size_t i = 0; i < buffers_.size(); ++i) {
+        glBindBuffer(GL_ARRAY_BUFFER, buffers_[i]);
+        glUseProgram(program_);
+        errors_ |= glGetError();
+        glUniformMatrix4fv(projectionLocation_, 1, GL_FALSE, projection);
+        errors_ |= glGetError();
+        glUniformMatrix4fv(modelViewLocation_, 1, GL_FALSE, modelViews_[i].m);
+        errors_ |= glGetError();
+        glUniform4f(blendColorLocation_, alpha_, alpha_, alpha_, alpha_);
+        errors_ |= glGetError();
+        glEnable(GL_BLEND);
+        glBlendFunc(GL_ONE, GL_ONE_MINUS_SRC_ALPHA);
+        glEnableVertexAttribArray(0);
+        glEnableVertexAttribArray(1);
+        glVertexAttribPointer(0, 3, GL_FLOAT, GL_FALSE, kStride, nullptr);
+        glVertexAttribPointer(1, 2, GL_FLOAT, GL_FALSE, kStride,
+                              reinterpret_cast<const void*>(static_cast<uintptr_t>(12)));
+        glActiveTexture(GL_TEXTURE0);
+        glBindTexture(GL_TEXTURE_2D, texture_);
+        glDrawArrays(GL_TRIANGLE_STRIP, 0, 4);
+        glDisableVertexAttribArray(1);
+        glDisableVertexAttribArray(0);
+        glBindBuffer(GL_ARRAY_BUFFER, 0);
+    }
+}
+
+// Window::present: swap, then clear the new back buffer.
+void FloorSprites::present() {
+    eglSwapBuffers(display_, surface_);
+    glClearColor(kClearColor[0], kClearColor[1], kClearColor[2], kClearColor[3]);
+    glClear(GL_COLOR_BUFFER_BIT | GL_DEPTH_BUFFER_BIT | GL_STENCIL_BUFFER_BIT);
+    presented_ = true;
+    lastClearTime_ = NowMillis();
+}
+
+}  // namespace kesto::bench
