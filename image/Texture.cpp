@@ -206,9 +206,8 @@ bool Texture::createRenderTexture() {
     if (source.pixelFormat == 0) {
         return true;
     }
-    const int32_t size = info[INFO_TEXTURE_SIZE];
     const bool realized = createRenderTextureImpl(
-        size >> 16, size & 0xFFFF, source.width, source.height, source.pixelFormat,
+        textureWidth(), textureHeight(), source.width, source.height, source.pixelFormat,
         source.scanlineBytes, source.bufferBytes, source.buffer);
     if (!realized) {
         KLOGE("createRenderTexture NG");

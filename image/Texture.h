@@ -75,7 +75,10 @@ class Texture {
                              float m7, float m8, float m9, float m10, float m11, float m12,
                              float m13, float m14, float m15);
 
-    int textureWidth() const { return info[INFO_TEXTURE_SIZE].load() >> 16; }
+    // Unsigned: a width from 0x8000 up sets the packed value's sign bit.
+    int textureWidth() const {
+        return static_cast<int>(static_cast<uint32_t>(info[INFO_TEXTURE_SIZE].load()) >> 16);
+    }
     int textureHeight() const { return info[INFO_TEXTURE_SIZE].load() & 0xFFFF; }
 
     static int CalculateHigherOrEqualPowerOfTwoDimension(int n);

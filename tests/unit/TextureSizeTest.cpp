@@ -1,0 +1,65 @@
+// Packed texture sizes: the setup paths record them without GL, so they are checked here.
+#include <gtest/gtest.h>
+
+#include "gl/Environment.h"
+#include "image/Bitmap.h"
+#include "image/NativeBitmap.h"
+#include "image/Texture.h"
+#include "tests/support/Counters.h"
+
+namespace kesto {
+namespace {
+
+using test::CountersRestored;
+
+class TextureSizeTest : public ::testing::Test {
+  protected:
+    CountersRestored restored;
+    Environment env;
+};
+
+// Each dimension has all sixteen bits: a width of 0x8000 or more sets the packed value's sign
+// bit, and must still read back as itself.
+TEST_F(TextureSizeTest, WidthsFromBit15UpReadBackUnsigned) {
+    Texture texture(&env);
+    ASSERT_TRUE(texture.init());
+
+    Bitmap wide;
+    ASSERT_TRUE(wide.allocateBitmap(PIXEL_FORMAT_RGB565, 0x8000, 1));
+    ASSERT_TRUE(texture.setupByBitmap(&wide, true));
+    EXPECT_EQ(0x8000, texture.textureWidth());
+    EXPECT_EQ(1, texture.textureHeight());
+
+    Bitmap widest;
+    ASSERT_TRUE(widest.allocateBitmap(PIXEL_FORMAT_RGBA5551, 0xFFFF, 2));
+    ASSERT_TRUE(texture.setupByBitmap_InRenderThread(&widest, false));
+    EXPECT_EQ(0xFFFF, texture.textureWidth());
+    EXPECT_EQ(2, texture.textureHeight());
+
+    NativeBitmap native;
+    ASSERT_TRUE(native.allocateBitmap(PIXEL_FORMAT_RGB565, 0x9000, 2));
+    ASSERT_TRUE(texture.setupByNativeBitmap(&native, true));
+    EXPECT_EQ(0x9000, texture.textureWidth());
+    EXPECT_EQ(2, texture.textureHeight());
+
+    // As Java records a size through Texture_RecordInfo.
+    texture.info[Texture::INFO_TEXTURE_SIZE] = static_cast<int32_t>(0xFFFFFFFFu);
+    EXPECT_EQ(0xFFFF, texture.textureWidth());
+    EXPECT_EQ(0xFFFF, texture.textureHeight());
+    texture.deinit();
+}
+
+TEST_F(TextureSizeTest, SizesBeyondSixteenBitsAreRefused) {
+    Texture texture(&env);
+    ASSERT_TRUE(texture.init());
+    Bitmap tooWide;
+    ASSERT_TRUE(tooWide.allocateBitmap(PIXEL_FORMAT_RGB565, 0x10000, 1));
+    EXPECT_FALSE(texture.setupByBitmap(&tooWide, false));
+    EXPECT_FALSE(texture.setupByBitmap_InRenderThread(&tooWide, false));
+    EXPECT_EQ(0, texture.textureWidth());
+    EXPECT_EQ(0, texture.textureHeight());
+    texture.deinit();
+}
+
+}  // namespace
+}  // namespace kesto
