@@ -2,10 +2,14 @@
 // each with its own log tag, priority and counters.
 #include <gtest/gtest.h>
 
+#include <cinttypes>
+#include <cstdio>
 #include <cstring>
 #include <numeric>
 #include <string>
 #include <tuple>
+#include <type_traits>
+#include <utility>
 #include <vector>
 
 #include "gl/Environment.h"
@@ -21,20 +25,15 @@ using test::CountersRestored;
 using test::LogCapture;
 using test::ResourceCounters;
 using Strings = std::vector<std::string>;
+using Held = std::pair<int32_t, int32_t>;  // buffers, bytes
 
 // Where a class logs and which counters pay for its buffers.
 struct Kind {
     const char* tag;
     char priority;
-    const char* bytes;
     const char* arrays;
+    const char* bytes;
 };
-Kind KindOf(Bitmap*) {
-    return {"KestoBmp", 'E', "BitmapBytes", "new[]"};
-}
-Kind KindOf(NativeBitmap*) {
-    return {"SNATIVEBITMAP", 'D', "NBitmapBytes", "nbmp new[]"};
-}
 
 template <class B>
 bool IsEmpty(const B& b) {
@@ -42,20 +41,22 @@ bool IsEmpty(const B& b) {
            b.bufferBytes == 0;
 }
 
-uint16_t Pixel(const uint8_t* buffer, int scanline, int x, int y) {
-    uint16_t p;
-    std::memcpy(&p, buffer + y * scanline + 2 * x, 2);
-    return p;
-}
-
 template <class B>
 class PixelBufferTest : public ::testing::Test {
   protected:
-    const Kind k = KindOf(static_cast<B*>(nullptr));
+    // Buffers and bytes taken since the test began.
+    Held held() {
+        const ResourceCounters now = ResourceCounters::Now();
+        return {now[k.arrays] - start[k.arrays], now[k.bytes] - start[k.bytes]};
+    }
+    Strings logged() { return log.messages(k.tag); }
+
+    const Kind k = std::is_same_v<B, Bitmap>
+                       ? Kind{"KestoBmp", 'E', "new[]", "BitmapBytes"}
+                       : Kind{"SNATIVEBITMAP", 'D', "nbmp new[]", "NBitmapBytes"};
     CountersRestored restored;
-    ResourceCounters start = ResourceCounters::Now();
-    // Change of a counter since the test began.
-    int32_t grown(const char* name) { return ResourceCounters::Now()[name] - start[name]; }
+    const ResourceCounters start = ResourceCounters::Now();
+    LogCapture log;
 };
 using PixelBufferTypes = ::testing::Types<Bitmap, NativeBitmap>;
 TYPED_TEST_SUITE(PixelBufferTest, PixelBufferTypes);
@@ -79,83 +80,63 @@ TEST(PixelFormatTest, RowsRoundUpToEvenAndOverflowIsRefused) {
 }
 
 TYPED_TEST(PixelBufferTest, AllocateSizesReusesAndRefuses) {
-    const Kind& k = this->k;
-    LogCapture log;
-    {
-        TypeParam b;
-        ASSERT_TRUE(b.allocateBitmap(PIXEL_FORMAT_RGB888, 3, 5));
-        EXPECT_EQ(10, b.scanlineBytes);
-        EXPECT_EQ(50, b.bufferBytes);
-        EXPECT_EQ(1, this->grown(k.arrays));
-        EXPECT_EQ(50, this->grown(k.bytes));
-        uint8_t* first = b.buffer;
-        first[49] = 0xA5;
-        ASSERT_TRUE(b.allocateBitmap(PIXEL_FORMAT_RGB888, 3, 5));
-        EXPECT_EQ(first, b.buffer);
-        EXPECT_EQ(0xA5, b.buffer[49]);
-
-        ASSERT_TRUE(b.allocateBitmap(PIXEL_FORMAT_RGBA8888, 3, 1));
-        EXPECT_EQ(12, this->grown(k.bytes));
-        EXPECT_EQ(1, this->grown(k.arrays));
-
-        // Refusals leave the bitmap as it was and allocate nothing, overflow included.
-        EXPECT_FALSE(b.allocateBitmap(PIXEL_FORMAT_RGB565, 0, 4));
-        EXPECT_FALSE(b.allocateBitmap(PIXEL_FORMAT_RGB565, 4, -1));
-        EXPECT_FALSE(b.allocateBitmap(PIXEL_FORMAT_RGBA8888, 70000, 70000));
-        EXPECT_EQ(PIXEL_FORMAT_RGBA8888, b.pixelFormat);
-        EXPECT_EQ(12, b.bufferBytes);
-        EXPECT_EQ(12, this->grown(k.bytes));
-
-        b.free();
-        EXPECT_TRUE(IsEmpty(b));
-        EXPECT_EQ(0, this->grown(k.bytes));
-        EXPECT_EQ(0, this->grown(k.arrays));
-    }
-    EXPECT_EQ(3, log.count(k.tag, k.priority, "allocateBitmap NG - error parameter"));
-    EXPECT_EQ(3u, log.messages(k.tag).size());
+    TypeParam b;
+    ASSERT_TRUE(b.allocateBitmap(PIXEL_FORMAT_RGB888, 3, 5));
+    EXPECT_EQ(Held(1, 50), this->held());
+    // A released buffer's first bytes go to the allocator's bookkeeping, so the mark shows reuse.
+    uint8_t* first = b.buffer;
+    first[0] = 0xA5;
+    ASSERT_TRUE(b.allocateBitmap(PIXEL_FORMAT_RGB888, 3, 5));
+    EXPECT_EQ(first, b.buffer);
+    EXPECT_EQ(0xA5, b.buffer[0]);
+    ASSERT_TRUE(b.allocateBitmap(PIXEL_FORMAT_RGBA8888, 3, 1));
+    // Refusals leave the bitmap as it was and allocate nothing, overflow included.
+    EXPECT_FALSE(b.allocateBitmap(PIXEL_FORMAT_RGB565, 0, 4));
+    EXPECT_FALSE(b.allocateBitmap(PIXEL_FORMAT_RGB565, 4, -1));
+    EXPECT_FALSE(b.allocateBitmap(PIXEL_FORMAT_RGBA8888, 70000, 70000));
+    EXPECT_EQ(PIXEL_FORMAT_RGBA8888, b.pixelFormat);
+    EXPECT_EQ(12, b.bufferBytes);
+    EXPECT_EQ(Held(1, 12), this->held());
+    b.free();
+    EXPECT_TRUE(IsEmpty(b));
+    EXPECT_EQ(Held(0, 0), this->held());
+    EXPECT_EQ(Strings(3, "allocateBitmap NG - error parameter"), this->logged());
 }
 
 TYPED_TEST(PixelBufferTest, SetBitmapNeedsTheEvenRoundedLayout) {
-    const Kind& k = this->k;
     std::vector<uint8_t> rows(20);
     std::iota(rows.begin(), rows.end(), 1);
-    LogCapture log;
     TypeParam b, copy;
     ASSERT_TRUE(b.setBitmap(PIXEL_FORMAT_RGB888, 3, 2, rows.data(), 20));
     EXPECT_NE(rows.data(), b.buffer);
-    EXPECT_EQ(0, std::memcmp(rows.data(), b.buffer, 20));
     ASSERT_TRUE(copy.copyFrom(b));
-    EXPECT_EQ(0, std::memcmp(rows.data(), copy.buffer, 20));
-    EXPECT_EQ(2, this->grown(k.arrays));
+    EXPECT_EQ(rows, std::vector<uint8_t>(copy.buffer, copy.buffer + 20));
+    EXPECT_EQ(Held(2, 40), this->held());
 
     // Nine bytes a row: the source's own scanline is never taken.
     EXPECT_FALSE(b.setBitmap(PIXEL_FORMAT_RGB888, 3, 2, rows.data(), 18));
     EXPECT_TRUE(IsEmpty(b));
-    EXPECT_EQ(20, this->grown(k.bytes));
-
     // Parameter errors, overflow among them, leave the bitmap untouched.
     EXPECT_FALSE(copy.setBitmap(PIXEL_FORMAT_RGB565, 0, 1, nullptr, 6));
     EXPECT_FALSE(copy.setBitmap(PIXEL_FORMAT_RGBA8888, 70000, 70000, rows.data(), 20));
     EXPECT_FALSE(copy.setBitmap(PIXEL_FORMAT_RGB888, 3, 2, rows.data(), 0));
-    EXPECT_EQ(PIXEL_FORMAT_RGB888, copy.pixelFormat);
-    EXPECT_EQ(20, this->grown(k.bytes));
+    EXPECT_EQ(Held(1, 20), this->held());
 
-    Strings lines = log.messages(k.tag);
-    ASSERT_EQ(4u, lines.size());
-    EXPECT_TRUE(log.has(k.tag, k.priority, "setBitmap NG - buffer bytes error 10 20 18"));
-    EXPECT_EQ("setBitmap NG - error parameter 00025650 0,1 00000000,6", lines[1]);
-    EXPECT_EQ(0u, lines[2].rfind("setBitmap NG - error parameter 00148888 70000,70000 ", 0));
-    EXPECT_EQ(",20", lines[2].substr(lines[2].size() - 3));
-    EXPECT_EQ(0u, lines[3].rfind("setBitmap NG - error parameter 00038880 3,2 ", 0));
+    char source[24];
+    std::snprintf(source, sizeof source, "%08" PRIXPTR, reinterpret_cast<uintptr_t>(rows.data()));
+    const std::string refused = "setBitmap NG - error parameter ";
+    EXPECT_EQ(
+        (Strings{"setBitmap NG - buffer bytes error 10 20 18", refused + "00025650 0,1 00000000,6",
+                 refused + "00148888 70000,70000 " + source + ",20",
+                 refused + "00038880 3,2 " + source + ",0"}),
+        this->logged());
 }
 
 TYPED_TEST(PixelBufferTest, InfoValidationOrderAndMessages) {
-    const Kind& k = this->k;
     uint8_t dummy[8] = {};
     auto valid = [&](int32_t format, int32_t w, int32_t h, int32_t scan, uint8_t* p, int32_t n) {
         return TypeParam::IsBitmapInfoValid(BitmapInfo{format, w, h, scan, p, n});
     };
-    LogCapture log;
     EXPECT_TRUE(valid(0x30000, 2, 1, 6, dummy, 6));  // any 3-byte code
     EXPECT_FALSE(valid(0x10000, 0, 0, 0, nullptr, 0));
     EXPECT_FALSE(valid(0x50000, 1, 1, 10, dummy, 10));
@@ -171,34 +152,28 @@ TYPED_TEST(PixelBufferTest, InfoValidationOrderAndMessages) {
                        "Invalid buffer.", "Invalid buffer bytes - 17  9 2",
                        "Invalid scanline bytes - 2147483647  00148888 1073741824",
                        "Invalid buffer bytes - 8  65536 65536"}),
-              log.messages(k.tag));
-    EXPECT_TRUE(log.has(k.tag, k.priority, "Invalid buffer."));
+              this->logged());
+    EXPECT_TRUE(this->log.has(this->k.tag, this->k.priority, "Invalid buffer."));
 }
 
 TYPED_TEST(PixelBufferTest, BordersClearOnlyTheChosenEdgesAlphaBits) {
-    const Kind& k = this->k;
     TypeParam b;
-    ASSERT_TRUE(b.allocateBitmap(PIXEL_FORMAT_RGBA5551, 1, 1));
-    std::memset(b.buffer, 0xFF, 2);
-    ASSERT_TRUE(b.addTransparentBordersForAntiAliasing(15));
-    EXPECT_EQ(0xFFFE, Pixel(b.buffer, 2, 0, 0));
-
-    const int w = 4, h = 3;
-    ASSERT_TRUE(b.allocateBitmap(PIXEL_FORMAT_RGBA5551, w, h));
-    for (int edge : {0, 1, 2, 4, 8, 15}) {
-        std::memset(b.buffer, 0xFF, b.bufferBytes);
-        ASSERT_TRUE(b.addTransparentBordersForAntiAliasing(edge));
-        for (int y = 0; y < h; ++y) {
-            for (int x = 0; x < w; ++x) {
-                bool onEdge = ((edge & 1) && x == 0) || ((edge & 2) && x == w - 1) ||
-                              ((edge & 4) && y == 0) || ((edge & 8) && y == h - 1);
-                EXPECT_EQ(onEdge ? 0xFFFE : 0xFFFF, Pixel(b.buffer, 2 * w, x, y))
-                    << "edges " << edge << " at " << x << "," << y;
+    for (const auto& [w, h] : {std::pair(1, 1), std::pair(4, 3)}) {
+        ASSERT_TRUE(b.allocateBitmap(PIXEL_FORMAT_RGBA5551, w, h));
+        for (int edge : {0, 1, 2, 4, 8, 15}) {
+            std::memset(b.buffer, 0xFF, b.bufferBytes);
+            ASSERT_TRUE(b.addTransparentBordersForAntiAliasing(edge));
+            for (int y = 0; y < h; ++y) {
+                for (int x = 0; x < w; ++x) {
+                    const bool onEdge = ((edge & 1) && x == 0) || ((edge & 2) && x == w - 1) ||
+                                        ((edge & 4) && y == 0) || ((edge & 8) && y == h - 1);
+                    const auto* row = reinterpret_cast<uint16_t*>(b.buffer + y * b.scanlineBytes);
+                    EXPECT_EQ(onEdge ? 0xFFFE : 0xFFFF, row[x])
+                        << w << "x" << h << " edges " << edge << " at " << x << "," << y;
+                }
             }
         }
     }
-
-    LogCapture log;
     TypeParam empty, opaque;
     ASSERT_TRUE(opaque.allocateBitmap(PIXEL_FORMAT_RGB565, 2, 2));
     EXPECT_FALSE(empty.addTransparentBordersForAntiAliasing(1));
@@ -206,37 +181,29 @@ TYPED_TEST(PixelBufferTest, BordersClearOnlyTheChosenEdgesAlphaBits) {
     EXPECT_EQ((Strings{"Invalid pixel format - 00000000",
                        "addTransparentBordersForAntiAliasing invalid bitmap info",
                        "addTransparentBordersForAntiAliasing unsupported pixel format: 00025650"}),
-              log.messages(k.tag));
+              this->logged());
 }
 
 TYPED_TEST(PixelBufferTest, Rgb565ToRgba5551KeepsRedAndGreenAndMovesBlue) {
-    const Kind& k = this->k;
     // Two pixels a row, with row padding on both sides that must stay as it is.
     uint16_t in[2][4] = {{0xFFFF, 0x0020, 0x1234, 0x1234}, {0x001F, 0xF800, 0x1234, 0x1234}};
     uint16_t out[2][3] = {{0, 0, 0x5555}, {0, 0, 0x5555}};
     BitmapInfo src{PIXEL_FORMAT_RGB565, 2, 2, 8, reinterpret_cast<uint8_t*>(in), 16};
     BitmapInfo dst{PIXEL_FORMAT_RGBA5551, 2, 2, 6, reinterpret_cast<uint8_t*>(out), 12};
     ASSERT_TRUE(TypeParam::ConvertPixelFormatFromRGB565ToRGBA5551(src, &dst));
-    EXPECT_EQ(0xFFFF, out[0][0]);
-    EXPECT_EQ(0x0001, out[0][1]);
-    EXPECT_EQ(0x003F, out[1][0]);
-    EXPECT_EQ(0xF801, out[1][1]);
-    EXPECT_EQ(0x5555, out[0][2]);
-    EXPECT_EQ(0x5555, out[1][2]);
-
-    LogCapture log;
+    // The refusals write nothing; only a wrong format or size is logged.
     EXPECT_FALSE(TypeParam::ConvertPixelFormatFromRGB565ToRGBA5551(src, nullptr));
     EXPECT_FALSE(TypeParam::ConvertPixelFormatFromRGB565ToRGBA5551(dst, &dst));
     dst.height = 3;
     EXPECT_FALSE(TypeParam::ConvertPixelFormatFromRGB565ToRGBA5551(src, &dst));
+    EXPECT_EQ((std::vector<uint16_t>{0xFFFF, 0x0001, 0x5555, 0x003F, 0xF801, 0x5555}),
+              std::vector<uint16_t>(out[0], out[0] + 6));
     EXPECT_EQ((Strings{"RGB565ToRGBA5551 pixel format NG - 00025551 00025551",
                        "RGB565ToRGBA5551 size NG - 2,2 2,3"}),
-              log.messages(k.tag));
-    EXPECT_EQ(0x0001, out[0][1]);
+              this->logged());
 }
 
 TYPED_TEST(PixelBufferTest, SwapExchangesBuffersNotCounters) {
-    const Kind& k = this->k;
     TypeParam a, b;
     ASSERT_TRUE(a.allocateBitmap(PIXEL_FORMAT_RGB565, 3, 1));
     ASSERT_TRUE(b.allocateBitmap(PIXEL_FORMAT_RGBA8888, 1, 2));
@@ -249,16 +216,16 @@ TYPED_TEST(PixelBufferTest, SwapExchangesBuffersNotCounters) {
     EXPECT_EQ(std::make_tuple(PIXEL_FORMAT_RGBA8888, 1, 2, 4, 8),
               std::make_tuple(i.pixelFormat, i.width, i.height, i.scanlineBytes, i.bufferBytes));
     EXPECT_EQ(6, b.bufferBytes);
-    EXPECT_EQ(14, this->grown(k.bytes));
+    EXPECT_EQ(Held(2, 14), this->held());
 }
 
-TEST(BitmapTest, CountsObjectsPerEnvironmentAndConvertBitmapFails) {
-    CountersRestored restored;
-    const int32_t before = ResourceCounters::Now()["Bitmap"];
+using BitmapTest = PixelBufferTest<Bitmap>;
+
+TEST_F(BitmapTest, CountsObjectsPerEnvironmentAndConvertBitmapFails) {
     Environment env;
     {
         Bitmap plain, accounted(&env), other(&env);
-        EXPECT_EQ(before + 3, ResourceCounters::Now()["Bitmap"]);
+        EXPECT_EQ(3, ResourceCounters::Now()["Bitmap"] - start["Bitmap"]);
         EXPECT_EQ(2, env.bitmapCount.load());
         ASSERT_TRUE(accounted.allocateBitmap(PIXEL_FORMAT_RGB565, 1, 1));
         accounted.swapBitmap(&plain);
@@ -266,18 +233,15 @@ TEST(BitmapTest, CountsObjectsPerEnvironmentAndConvertBitmapFails) {
         EXPECT_EQ(nullptr, plain.environment);
     }
     EXPECT_EQ(0, env.bitmapCount.load());
-    LogCapture log;
     BitmapInfo info{};
     EXPECT_FALSE(Bitmap::ConvertBitmap(info, &info));
     EXPECT_TRUE(log.has("KestoBmp", 'E', "Bitmap_ConvertBitmap NG - No implementation."));
 }
 
-TEST(NativeBitmapTest, ExternalBuffersAreWrappedNeverOwned) {
-    CountersRestored restored;
-    const ResourceCounters start = ResourceCounters::Now();
-    auto grown = [&](const char* name) { return ResourceCounters::Now()[name] - start[name]; };
+using NativeBitmapTest = PixelBufferTest<NativeBitmap>;
+
+TEST_F(NativeBitmapTest, ExternalBuffersAreWrappedNeverOwned) {
     std::vector<uint8_t> foreign(20, 0x3C);
-    LogCapture log;
     NativeBitmap* wrapper = new NativeBitmap;
     EXPECT_FALSE(wrapper->referToExternalBitmap(PIXEL_FORMAT_RGB888, 3, 2, foreign.data(), 18));
     EXPECT_TRUE(IsEmpty(*wrapper));
@@ -290,35 +254,30 @@ TEST(NativeBitmapTest, ExternalBuffersAreWrappedNeverOwned) {
     ASSERT_TRUE(owned.copyFrom(*wrapper));
     EXPECT_TRUE(!owned.isExternal && owned.buffer != foreign.data());
     EXPECT_EQ(0x3C, owned.buffer[19]);
-    EXPECT_EQ(20, grown("NBitmapBytes"));
-    EXPECT_EQ(3, grown("NBitmap"));
-
-    // The external flag travels with its buffer.
+    EXPECT_EQ(Held(1, 20), held());
+    EXPECT_EQ(3, ResourceCounters::Now()["NBitmap"] - start["NBitmap"]);
+    // The external flag travels with its buffer, which is never freed.
     ASSERT_TRUE(other.allocateBitmap(PIXEL_FORMAT_RGB565, 2, 2));
     other.swapBitmap(wrapper);
-    EXPECT_TRUE(other.isExternal);
-    EXPECT_FALSE(wrapper->isExternal);
+    EXPECT_TRUE(other.isExternal && !wrapper->isExternal);
     other.swapBitmap(wrapper);
     delete wrapper;
-    EXPECT_EQ(28, grown("NBitmapBytes"));
-    EXPECT_EQ(2, grown("nbmp new[]"));
-    EXPECT_EQ(std::vector<uint8_t>(20, 0x3C), foreign);
+    EXPECT_EQ(Held(2, 28), held());
     EXPECT_EQ(
         (Strings{"referToExternalBitmap: failed", "referToExternalBitmap NG - error parameter",
                  "referToExternalBitmap: success"}),
-        log.messages("SNATIVEBITMAP"));
+        logged());
     EXPECT_TRUE(log.has("SNATIVEBITMAP", 'D', "referToExternalBitmap: success"));
 
     // Handing the buffer over leaves the counters to FreeBuffer.
     uint8_t* kept = owned.buffer;
-    int32_t keptBytes = owned.bufferBytes;
+    const int32_t keptBytes = owned.bufferBytes;
     owned.freeButKeepBuffer();
-    EXPECT_TRUE(IsEmpty(owned) && !owned.isExternal);
-    EXPECT_EQ(28, grown("NBitmapBytes"));
+    EXPECT_TRUE(IsEmpty(owned));
+    EXPECT_EQ(Held(2, 28), held());
     NativeBitmap::FreeBuffer(kept, keptBytes);
     NativeBitmap::FreeBuffer(nullptr, 99);
-    EXPECT_EQ(8, grown("NBitmapBytes"));
-    EXPECT_EQ(1, grown("nbmp new[]"));
+    EXPECT_EQ(Held(1, 8), held());
 }
 
 }  // namespace

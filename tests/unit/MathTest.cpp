@@ -1,8 +1,10 @@
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <cmath>
 #include <limits>
 #include <random>
+#include <vector>
 
 #include "core/Matrix.h"
 #include "core/Vector.h"
@@ -17,18 +19,27 @@ void ExpectVectorNear(const Vector& expected, const Vector& actual, float tolera
     EXPECT_NEAR(expected.z, actual.z, tolerance);
 }
 
+// v mapped through m, as a position unless another mapping is given.
+Vector Apply(const Matrix& m, const Vector& v,
+             void (Matrix::*map)(const Vector&, Vector*) const = &Matrix::transformPosition) {
+    Vector out;
+    (m.*map)(v, &out);
+    return out;
+}
+
+void ExpectIdentity(const Matrix& m, float tolerance) {
+    for (int i = 0; i < 16; ++i) {
+        EXPECT_NEAR(i % 5 == 0 ? 1.0f : 0.0f, m.m[i], tolerance) << i;
+    }
+}
+
 TEST(VectorTest, LengthNormalizeAndCross) {
     EXPECT_FLOAT_EQ(5.0f, Vector(3, 4, 0).length());
     Vector zero;
     EXPECT_FALSE(zero.normalize());
-    EXPECT_EQ(0.0f, zero.x);
-    EXPECT_EQ(0.0f, zero.y);
-    EXPECT_EQ(0.0f, zero.z);
-
     Vector v(0, 3, 4);
     EXPECT_TRUE(v.normalize());
-    EXPECT_FLOAT_EQ(0.6f, v.y);
-    EXPECT_FLOAT_EQ(0.8f, v.z);
+    ExpectVectorNear(Vector(0, 0.6f, 0.8f), v);
 
     Vector out;
     Vector::Cross(&out, Vector(1, 0, 0), Vector(0, 1, 0));
@@ -38,24 +49,17 @@ TEST(VectorTest, LengthNormalizeAndCross) {
     ExpectVectorNear(Vector(-3, 6, -3), a, 0);
 }
 
-TEST(MatrixTest, AngleConstantsUseTheTenDigitPi) {
+TEST(MatrixTest, RotationsAreCounterClockwiseWithTheTenDigitPi) {
     EXPECT_EQ(0.017453292522222223, Matrix::PI_OVER_180);
     EXPECT_EQ(0.008726646261111111, Matrix::PI_OVER_360);
-}
-
-TEST(MatrixTest, RotationsAreCounterClockwiseSeenFromThePositiveAxis) {
     Matrix m;
-    Vector out;
     m.setAsRotationZ(90);
-    m.transformPosition(Vector(1, 0, 0), &out);
-    ExpectVectorNear(Vector(0, 1, 0), out);
+    ExpectVectorNear(Vector(0, 1, 0), Apply(m, Vector(1, 0, 0)));
     m.setAsRotationX(90);
-    m.transformPosition(Vector(0, 1, 0), &out);
-    ExpectVectorNear(Vector(0, 0, 1), out);
+    ExpectVectorNear(Vector(0, 0, 1), Apply(m, Vector(0, 1, 0)));
     m.setAsRotationY(90);
-    m.transformPosition(Vector(0, 0, 1), &out);
-    ExpectVectorNear(Vector(1, 0, 0), out);
-    // sin and cos are taken in double with the ten-digit pi, then rounded to float.
+    ExpectVectorNear(Vector(1, 0, 0), Apply(m, Vector(0, 0, 1)));
+    // sin and cos are taken in double, then rounded to float.
     m.setAsRotationZ(30);
     EXPECT_EQ(static_cast<float>(std::cos(30 * Matrix::PI_OVER_180)), m.m[0]);
     EXPECT_EQ(static_cast<float>(std::sin(30 * Matrix::PI_OVER_180)), m.m[1]);
@@ -66,134 +70,89 @@ TEST(MatrixTest, MultiplyAppliesTheLeftMatrixFirst) {
     t.setAsTranslation(10, 0, 0);
     r.setAsRotationZ(90);
     Matrix::Multiply(&product, t, r);
-    Vector out;
-    product.transformPosition(Vector(1, 0, 0), &out);
-    ExpectVectorNear(Vector(0, 11, 0), out);
-
+    ExpectVectorNear(Vector(0, 11, 0), Apply(product, Vector(1, 0, 0)));
     Matrix::Multiply(&product, r, t);
-    product.transformPosition(Vector(1, 0, 0), &out);
-    ExpectVectorNear(Vector(10, 1, 0), out);
-
+    ExpectVectorNear(Vector(10, 1, 0), Apply(product, Vector(1, 0, 0)));
     // The affine product agrees on the 12 elements it writes and leaves the other four alone.
     Matrix affine;
-    for (float& element : affine.m) {
-        element = 42.0f;
-    }
+    std::fill(affine.m, affine.m + 16, 42.0f);
     Matrix::TransformMultiply(&affine, r, t);
     for (int i = 0; i < 16; ++i) {
-        if (i % 4 == 3) {
-            EXPECT_EQ(42.0f, affine.m[i]) << i;
-        } else {
-            EXPECT_EQ(product.m[i], affine.m[i]) << i;
-        }
+        EXPECT_EQ(i % 4 == 3 ? 42.0f : product.m[i], affine.m[i]) << i;
     }
 }
 
-TEST(MatrixTest, InverseUndoesRandomAffineTransforms) {
+TEST(MatrixTest, InverseUndoesAffineTransformsAndProjections) {
     std::mt19937 random(7);
     std::uniform_real_distribution<float> angle(-180, 180), offset(-500, 500), scale(0.25f, 4);
+    Matrix a, b, world, inverse, product;
     for (int round = 0; round < 100; ++round) {
-        Matrix s, rx, ry, rz, t, a, b, world, inverse, product;
-        s.setAsScale(scale(random), scale(random), scale(random));
-        rx.setAsRotationX(angle(random));
-        ry.setAsRotationY(angle(random));
-        rz.setAsRotationZ(angle(random));
-        t.setAsTranslation(offset(random), offset(random), offset(random));
-        Matrix::Multiply(&a, s, rx);
-        Matrix::Multiply(&b, a, ry);
-        Matrix::Multiply(&a, b, rz);
-        Matrix::Multiply(&world, a, t);
+        world.setAsScale(scale(random), scale(random), scale(random));
+        for (auto set :
+             {&Matrix::setAsRotationX, &Matrix::setAsRotationY, &Matrix::setAsRotationZ}) {
+            (a.*set)(angle(random));
+            Matrix::Multiply(&world, Matrix(world), a);
+        }
+        a.setAsTranslation(offset(random), offset(random), offset(random));
+        Matrix::Multiply(&world, Matrix(world), a);
         world.getInverse(&inverse);
         Matrix::Multiply(&product, world, inverse);
-        for (int i = 0; i < 16; ++i) {
-            EXPECT_NEAR(i % 5 == 0 ? 1.0f : 0.0f, product.m[i], 2e-4f) << "round " << round;
-        }
+        SCOPED_TRACE(round);
+        ExpectIdentity(product, 2e-4f);
     }
     // A projection is not affine; the full inverse handles it too.
-    Matrix projection, inverse, product;
-    projection.setAsPerspectiveProjectionH(480, 800, 60, 10, 10000);
-    projection.getInverse(&inverse);
-    Matrix::Multiply(&product, projection, inverse);
-    for (int i = 0; i < 16; ++i) {
-        EXPECT_NEAR(i % 5 == 0 ? 1.0f : 0.0f, product.m[i], 1e-4f) << i;
-    }
+    world.setAsPerspectiveProjectionH(480, 800, 60, 10, 10000);
+    world.getInverse(&inverse);
+    Matrix::Multiply(&product, world, inverse);
+    ExpectIdentity(product, 1e-4f);
+
+    b.setAsScale(1, 0, 1);
+    b.getInverse(&inverse);
+    EXPECT_FALSE(std::all_of(inverse.m, inverse.m + 16, [](float e) { return std::isfinite(e); }))
+        << "singular";
+    b.getInverse(nullptr);  // tolerated
 }
 
-TEST(MatrixTest, SingularInverseGivesNonFiniteValues) {
-    Matrix flat, inverse;
-    flat.setAsScale(1, 0, 1);
-    flat.getInverse(&inverse);
-    bool anyNonFinite = false;
-    for (float element : inverse.m) {
-        anyNonFinite |= !std::isfinite(element);
-    }
-    EXPECT_TRUE(anyNonFinite);
-    flat.getInverse(nullptr);  // tolerated
-}
-
-TEST(MatrixTest, Projections) {
+TEST(MatrixTest, ProjectionsAndTheDivisionByW) {
+    const auto project = &Matrix::projectPosition;
     Matrix p;
     p.setAsPerspectiveProjectionH(480, 800, 60, 10, 10000);
     EXPECT_NEAR(1.7320508f, p.m[5], 1e-6f);
     EXPECT_FLOAT_EQ(p.m[5] * (800.0f / 480.0f), p.m[0]);
-    EXPECT_FLOAT_EQ(10010.0f / -9990.0f, p.m[10]);
-    EXPECT_EQ(-1.0f, p.m[11]);
-    EXPECT_FLOAT_EQ(20000.0f * 10.0f / -9990.0f, p.m[14]);
-    EXPECT_EQ(0.0f, p.m[15]);
+    // The near plane lands at depth -1, the far one at +1.
+    EXPECT_NEAR(-1.0f, Apply(p, Vector(0, 0, -10), project).z, 1e-5f);
+    EXPECT_NEAR(1.0f, Apply(p, Vector(0, 0, -10000), project).z, 1e-4f);
+    p.setAsOrthographicProjection(800, 0, 480, 0, -1, 1);  // right, left, top, bottom, near, far
+    ExpectVectorNear(Vector(1, 1, 0), Apply(p, Vector(800, 480, 0), project));
+    ExpectVectorNear(Vector(-1, -1, 0), Apply(p, Vector(0, 0, 0), project));
 
-    // A point on the near plane lands at depth -1, one on the far plane at +1.
-    Vector out;
-    p.projectPosition(Vector(0, 0, -10), &out);
-    EXPECT_NEAR(-1.0f, out.z, 1e-5f);
-    p.projectPosition(Vector(0, 0, -10000), &out);
-    EXPECT_NEAR(1.0f, out.z, 1e-4f);
-
-    Matrix o;
-    o.setAsOrthographicProjection(800, 0, 480, 0, -1, 1);  // right, left, top, bottom, near, far
-    o.projectPosition(Vector(800, 480, 0), &out);
-    ExpectVectorNear(Vector(1, 1, 0), out);
-    o.projectPosition(Vector(0, 0, 0), &out);
-    ExpectVectorNear(Vector(-1, -1, 0), out);
-}
-
-TEST(MatrixTest, ProjectPositionWithZeroWIsUndivided) {
-    Matrix m;
-    m.setAsTranslation(1, 2, 3);
-    m.m[15] = 0.0f;
-    Vector out;
-    m.projectPosition(Vector(1, 1, 1), &out);
-    ExpectVectorNear(Vector(2, 3, 4), out, 0);
-
-    m.m[15] = 2.0f;
-    m.projectPosition(Vector(1, 1, 1), &out);
-    ExpectVectorNear(Vector(1, 1.5f, 2), out, 0);
-
-    m.transformVector(Vector(1, 1, 1), &out);  // no translation
-    ExpectVectorNear(Vector(1, 1, 1), out, 0);
+    // A zero w leaves the position undivided.
+    p.setAsTranslation(1, 2, 3);
+    p.m[15] = 0.0f;
+    ExpectVectorNear(Vector(2, 3, 4), Apply(p, Vector(1, 1, 1), project), 0);
+    p.m[15] = 2.0f;
+    ExpectVectorNear(Vector(1, 1.5f, 2), Apply(p, Vector(1, 1, 1), project), 0);
+    ExpectVectorNear(Vector(1, 1, 1), Apply(p, Vector(1, 1, 1), &Matrix::transformVector), 0);
 }
 
 TEST(MatrixTest, FixedPointConversionOnRawBits) {
-    EXPECT_EQ(65536, ConvertToFixed(1.0f));
-    EXPECT_EQ(-32768, ConvertToFixed(-0.5f));
-    EXPECT_EQ(0, ConvertToFixed(0.0f));
-    EXPECT_EQ(-1, ConvertToFixed(-0.0f));
-    EXPECT_EQ(1, ConvertToFixed(1e-9f));
-    EXPECT_EQ(-1, ConvertToFixed(-1e-30f));
-    EXPECT_EQ(1, ConvertToFixed(std::numeric_limits<float>::denorm_min()));
-    EXPECT_EQ(98304, ConvertToFixed(1.5f));
-    EXPECT_EQ(6553, ConvertToFixed(0.1f));  // truncated, not rounded
-    EXPECT_EQ(32767 * 65536, ConvertToFixed(32767.0f));
-    EXPECT_EQ(0, ConvertToFixed(1e30f));  // shift past 31 bits silently yields 0
-
+    // 0.1 is truncated, not rounded; 1e30 shifts past 31 bits and silently yields 0.
+    const float in[] = {
+        1.0f, -0.5f, 0.0f,     -0.0f, 1e-9f, -1e-30f, std::numeric_limits<float>::denorm_min(),
+        1.5f, 0.1f,  32767.0f, 1e30f};
+    std::vector<int> out;
+    for (float value : in) {
+        out.push_back(ConvertToFixed(value));
+    }
+    EXPECT_EQ((std::vector<int>{65536, -32768, 0, -1, 1, -1, 1, 98304, 6553, 32767 * 65536, 0}),
+              out);
     Matrix m;
     m.setAsTranslation(2, -3, 0.25f);
-    int fixed[16];
-    m.getFixedMatrix(fixed);
-    EXPECT_EQ(65536, fixed[0]);
-    EXPECT_EQ(0, fixed[1]);
-    EXPECT_EQ(131072, fixed[12]);
-    EXPECT_EQ(-196608, fixed[13]);
-    EXPECT_EQ(16384, fixed[14]);
+    std::vector<int> fixed(16);
+    m.getFixedMatrix(fixed.data());
+    EXPECT_EQ((std::vector<int>{65536, 0, 0, 0, 0, 65536, 0, 0, 0, 0, 65536, 0, 131072, -196608,
+                                16384, 65536}),
+              fixed);
 }
 
 TEST(MatrixTest, LogiPrintsAllElementsInStorageOrder) {
