@@ -1,6 +1,6 @@
 // What a Bitmap or NativeBitmap should hold after each call, worked out independently of the
-// engine, and the drivers that make a call and compare the bitmap with its model (fields, every
-// byte of the buffer, and the buffer's real allocation).
+// engine, and the comparison of a bitmap with its model: fields, every byte of the buffer, and the
+// buffer's real allocation.
 #pragma once
 
 #include <sanitizer/allocator_interface.h>
@@ -73,48 +73,7 @@ inline uint16_t ModelRgb565ToRgba5551(uint16_t p) {
 
 using Bytes = std::vector<uint8_t>;
 
-// A width or height: mostly small enough for a real buffer, sometimes at an edge of the 16-bit
-// packing or of 32-bit arithmetic, sometimes anything.
-inline int32_t Dimension(Reader& in) {
-    static const int32_t kEdges[] = {
-        0,          -1,         1,          2,          3,          0x7FFF,
-        0x8000,     0xFFFF,     0x10000,    0x10001,    46340,      46341,
-        0x3FFFFFFF, 0x40000000, 0x55555556, 0x7FFFFFFE, 0x7FFFFFFF, -0x7FFFFFFF - 1,
-        -2,         16384,      16385};
-    switch (in.u8() % 5) {
-        case 0:
-        case 1:
-        case 2:
-            return 1 + in.u8() % 64;
-        case 3:
-            return kEdges[in.u8() % (sizeof kEdges / sizeof kEdges[0])];
-        default:
-            return in.i32();
-    }
-}
-
-// The four real formats mostly; otherwise none, one byte a pixel, fifteen, or anything.
-inline int32_t Format(Reader& in) {
-    switch (in.u8() % 9) {
-        case 0:
-        case 1:
-            return PIXEL_FORMAT_RGB565;
-        case 2:
-        case 3:
-            return PIXEL_FORMAT_RGBA5551;
-        case 4:
-            return PIXEL_FORMAT_RGB888;
-        case 5:
-            return PIXEL_FORMAT_RGBA8888;
-        case 6:
-            return PIXEL_FORMAT_NONE;
-        case 7:
-            return (in.u8() & 1) ? 0x10000 : 0xF0000;
-        default:
-            return in.i32();
-    }
-}
-
+// A default model is the state every failed or freed bitmap returns to.
 struct BitmapModel {
     int32_t pixelFormat = 0;
     int32_t width = 0;
@@ -167,21 +126,31 @@ void CheckBitmap(const B& bitmap, const BitmapModel& m) {
     }
 }
 
-// The state every failed or freed bitmap returns to.
-inline BitmapModel EmptyModel() {
-    return BitmapModel{};
-}
-
-inline BitmapModel OwnedModel(int32_t format, int32_t width, int32_t height, Bytes content) {
+// A bitmap holding the first `bytes` of `content`: in its own buffer, or in the harness's at
+// `external`.
+inline BitmapModel HeldModel(int32_t format, int32_t width, int32_t height, int32_t bytes,
+                             std::shared_ptr<Bytes> content, const uint8_t* external = nullptr) {
     BitmapModel m;
     m.pixelFormat = format;
     m.width = width;
     m.height = height;
     m.scanlineBytes = static_cast<int32_t>(ModelScanline(format, width));
-    m.bufferBytes = static_cast<int32_t>(content.size());
+    m.bufferBytes = bytes;
     m.hasBuffer = true;
-    m.content = std::make_shared<Bytes>(std::move(content));
+    m.external = external != nullptr;
+    m.externalBuffer = external;
+    m.content = std::move(content);
     return m;
+}
+
+inline BitmapModel OwnedModel(int32_t format, int32_t width, int32_t height, Bytes content) {
+    const auto bytes = static_cast<int32_t>(content.size());
+    return HeldModel(format, width, height, bytes, std::make_shared<Bytes>(std::move(content)));
+}
+
+// The bytes a bitmap holds, as they are now.
+inline Bytes ContentOf(const BitmapModel& m) {
+    return m.hasBuffer ? Bytes(m.content->begin(), m.content->begin() + m.bufferBytes) : Bytes();
 }
 
 // Whether allocateBitmap or setBitmap with these arguments would make a new buffer above the cap.
@@ -201,7 +170,7 @@ inline bool ModelSet(BitmapModel& m, int32_t format, int32_t width, int32_t heig
         return false;
     }
     if (bytes != sourceBytes) {
-        m = EmptyModel();
+        m = BitmapModel();
         return false;
     }
     const bool same = m.pixelFormat == format && m.width == width && m.height == height;
@@ -214,59 +183,12 @@ inline bool ModelSet(BitmapModel& m, int32_t format, int32_t width, int32_t heig
     return true;
 }
 
-template <class B>
-void DoAllocate(B& bitmap, BitmapModel& m, int32_t format, int32_t width, int32_t height,
-                uint8_t fill) {
-    if (WouldAllocateLarge(m, format, width, height)) {
-        return;
-    }
-    const int64_t bytes = ModelBufferBytes(format, width, height);
-    const bool refused = width < 1 || height < 1 || bytes < 0;
-    const bool same = m.pixelFormat == format && m.width == width && m.height == height;
-    FUZZ_CHECK(bitmap.allocateBitmap(format, width, height) == !refused);
-    if (!refused && !same) {
-        // A new buffer's contents are undefined: fill it the way a caller would.
-        Bytes content(static_cast<size_t>(bytes));
-        for (size_t i = 0; i < content.size(); ++i) {
-            content[i] = static_cast<uint8_t>(fill + 131 * i);
-        }
-        if (bytes > 0) {
-            std::memcpy(bitmap.buffer, content.data(), content.size());
-        }
-        m = OwnedModel(format, width, height, std::move(content));
-    }
-    CheckBitmap(bitmap, m);
-}
-
-template <class B>
-void DoSet(B& bitmap, BitmapModel& m, int32_t format, int32_t width, int32_t height,
-           uint8_t* source, int32_t sourceBytes) {
-    if (WouldAllocateLarge(m, format, width, height)) {
-        return;
-    }
-    const bool expected =
-        ModelSet(m, format, width, height, source == nullptr, source, sourceBytes);
-    FUZZ_CHECK(bitmap.setBitmap(format, width, height, source, sourceBytes) == expected);
-    CheckBitmap(bitmap, m);
-}
-
 // copyFrom: the expected result, with `to` moved to the expected state. `to` and `from` may be the
 // same model, as the bitmaps may be the same.
 inline bool ModelCopy(BitmapModel& to, const BitmapModel& from) {
-    const Bytes source =
-        from.hasBuffer ? Bytes(from.content->begin(), from.content->begin() + from.bufferBytes)
-                       : Bytes();
-    const BitmapModel before = from;
-    return ModelSet(to, before.pixelFormat, before.width, before.height, !before.hasBuffer,
-                    source.data(), before.bufferBytes);
-}
-
-template <class B>
-void DoCopy(B& to, BitmapModel& toModel, const B& from, const BitmapModel& fromModel) {
-    const bool expected = ModelCopy(toModel, fromModel);
-    FUZZ_CHECK(to.copyFrom(from) == expected);
-    CheckBitmap(to, toModel);
-    CheckBitmap(from, fromModel);
+    const Bytes source = ContentOf(from);
+    return ModelSet(to, from.pixelFormat, from.width, from.height, !from.hasBuffer, source.data(),
+                    from.bufferBytes);
 }
 
 // addTransparentBordersForAntiAliasing on the model.
@@ -288,13 +210,6 @@ inline bool ModelClearBorders(BitmapModel& m, int edges) {
         }
     }
     return true;
-}
-
-template <class B>
-void DoClearBorders(B& bitmap, BitmapModel& m, int edges) {
-    const bool expected = ModelClearBorders(m, edges);
-    FUZZ_CHECK(bitmap.addTransparentBordersForAntiAliasing(edges) == expected);
-    CheckBitmap(bitmap, m);
 }
 
 }  // namespace fuzz

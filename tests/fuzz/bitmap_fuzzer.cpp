@@ -4,13 +4,13 @@
 // with its model, byte for byte, and the buffer counters with what the models hold.
 #include <cstddef>
 #include <cstdint>
-#include <memory>
+#include <functional>
 #include <vector>
 
-#include "core/Accounting.h"
 #include "image/Bitmap.h"
 #include "image/NativeBitmap.h"
 #include "image/PixelFormat.h"
+#include "tests/fuzz/BitmapDriver.h"
 #include "tests/fuzz/BitmapModel.h"
 #include "tests/fuzz/FuzzSupport.h"
 
@@ -20,36 +20,9 @@ namespace {
 
 constexpr int kPool = 3;
 
-// An exactly sized heap copy of input bytes, so that any read past its end is reported.
-struct Block {
-    std::unique_ptr<uint8_t[]> memory;
-    int32_t size = 0;
-};
-
-Block ReadBlock(Reader& in, int32_t size) {
-    Block block;
-    block.memory.reset(new uint8_t[size]);
-    block.size = size;
-    const size_t got = in.take(block.memory.get(), static_cast<size_t>(size));
-    for (size_t i = got; i < static_cast<size_t>(size); ++i) {
-        block.memory[i] = static_cast<uint8_t>(i * 7 + 3);
-    }
-    return block;
-}
-
-struct Counters {
-    int32_t bitmapBytes, newArrays, nativeBytes, nativeArrays, bitmapCount, nativeCount;
-
-    static Counters Now() {
-        return Counters{Bitmap::BitmapBytes.load(),       g_newArrayCount.load(),
-                        NativeBitmap::BitmapBytes.load(), g_newNBmpArrayCount.load(),
-                        Bitmap::BitmapCount.load(),       NativeBitmap::BitmapCount.load()};
-    }
-};
-
 class Harness {
   public:
-    explicit Harness(Reader& in) : in_(in), base_(Counters::Now()) {}
+    explicit Harness(Reader& in) : in_(in), driver_(in), base_(BitmapCounters()) {}
 
     ~Harness() {
         for (Kept& k : kept_) {
@@ -58,207 +31,28 @@ class Harness {
     }
 
     void step() {
-        switch (in_.u8() % 18) {
-            case 0:
-                onBitmap([&](Bitmap& b, BitmapModel& m) { allocate(b, m); });
-                break;
-            case 1:
-                onBitmap([&](Bitmap& b, BitmapModel& m) { set(b, m); });
-                break;
-            case 2: {
-                const int from = in_.u8() % kPool;
-                onBitmap([&](Bitmap& b, BitmapModel& m) {
-                    DoCopy(b, m, bitmaps_[from], bitmapModels_[from]);
-                });
-                break;
-            }
-            case 3:
-                swap(bitmaps_, bitmapModels_);
-                break;
-            case 4:
-                onBitmap([&](Bitmap& b, BitmapModel& m) {
-                    b.free();
-                    m = EmptyModel();
-                });
-                break;
-            case 5:
-                onBitmap([&](Bitmap& b, BitmapModel& m) { DoClearBorders(b, m, in_.i32()); });
-                break;
-            case 6:
-                onNative([&](NativeBitmap& b, BitmapModel& m) { allocate(b, m); });
-                break;
-            case 7:
-                onNative([&](NativeBitmap& b, BitmapModel& m) { set(b, m); });
-                break;
-            case 8: {
-                const int from = in_.u8() % kPool;
-                onNative([&](NativeBitmap& b, BitmapModel& m) {
-                    DoCopy(b, m, natives_[from], nativeModels_[from]);
-                });
-                break;
-            }
-            case 9:
-                swap(natives_, nativeModels_);
-                break;
-            case 10:
-                onNative([&](NativeBitmap& b, BitmapModel& m) {
-                    b.free();
-                    m = EmptyModel();
-                });
-                break;
-            case 11:
-                onNative([&](NativeBitmap& b, BitmapModel& m) { DoClearBorders(b, m, in_.i32()); });
-                break;
-            case 12:
-                onNative([&](NativeBitmap& b, BitmapModel& m) { referToExternal(b, m); });
-                break;
-            case 13:
-                onNative([&](NativeBitmap& b, BitmapModel& m) { freeButKeep(b, m); });
-                break;
-            case 14:
-                freeKept();
-                break;
-            case 15:
-                validate();
-                break;
-            case 16:
-                convert();
-                break;
-            default:
-                sizes();
-                break;
-        }
+        ops_[in_.u8() % ops_.size()]();
         checkAll();
     }
 
   private:
-    struct External {
-        Block block;
-        std::shared_ptr<Bytes> content;
-    };
     struct Kept {
         uint8_t* buffer;
         int32_t bytes;
         Bytes content;
     };
 
-    template <class F>
-    void onBitmap(F f) {
-        const int i = in_.u8() % kPool;
-        f(bitmaps_[i], bitmapModels_[i]);
-    }
-
-    template <class F>
-    void onNative(F f) {
-        const int i = in_.u8() % kPool;
-        f(natives_[i], nativeModels_[i]);
-    }
-
-    template <class B>
-    void allocate(B& b, BitmapModel& m) {
-        const int32_t format = Format(in_);
-        const int32_t width = Dimension(in_);
-        const int32_t height = Dimension(in_);
-        DoAllocate(b, m, format, width, height, in_.u8());
-    }
-
-    // As the Java side does: a byte array of its real length, or none.
-    template <class B>
-    void set(B& b, BitmapModel& m) {
-        const int32_t format = Format(in_);
-        const int32_t width = Dimension(in_);
-        const int32_t height = Dimension(in_);
-        const uint8_t mode = in_.u8();
-        int64_t length = mode % 4 == 0 ? in_.u16() % 512 : ModelBufferBytes(format, width, height);
-        if (length < 0 || length > kMaxBufferBytes) {
-            length = in_.u16() % 512;
-        }
-        if (mode % 4 == 1 && length > 0) {
-            --length;
-        }
-        Block source = ReadBlock(in_, static_cast<int32_t>(length));
-        DoSet(b, m, format, width, height, mode % 8 == 7 ? nullptr : source.memory.get(),
-              source.size);
-    }
-
-    template <class B>
-    void swap(B (&pool)[kPool], BitmapModel (&models)[kPool]) {
-        const int i = in_.u8() % kPool;
-        const int j = in_.u8() % (kPool + 1);
-        if (j == kPool) {
-            pool[i].swapBitmap(nullptr);
-            return;
-        }
-        pool[i].swapBitmap(&pool[j]);
-        std::swap(models[i], models[j]);
-    }
-
-    External& external(int32_t wanted) {
-        const uint8_t pick = in_.u8();
-        if (!externals_.empty() && ((pick & 1) || externals_.size() >= 8)) {
-            return externals_[(pick >> 1) % externals_.size()];
-        }
-        int64_t size = wanted;
-        if ((pick & 2) || size < 0 || size > kMaxBufferBytes) {
-            size = in_.u16() % 1024;
-        }
-        External e;
-        e.block = ReadBlock(in_, static_cast<int32_t>(size));
-        e.content =
-            std::make_shared<Bytes>(e.block.memory.get(), e.block.memory.get() + e.block.size);
-        externals_.push_back(std::move(e));
-        return externals_.back();
-    }
-
-    void referToExternal(NativeBitmap& b, BitmapModel& m) {
-        const int32_t format = Format(in_);
-        const int32_t width = Dimension(in_);
-        const int32_t height = Dimension(in_);
-        const int64_t expected = ModelBufferBytes(format, width, height);
-        External& e = external(static_cast<int32_t>(expected));
-        const uint8_t mode = in_.u8();
-        // What the caller claims never exceeds what it really has.
-        int32_t claimed = e.block.size;
-        if (mode % 4 == 1) {
-            claimed -= in_.u8() % 8;
-        } else if (mode % 4 == 2) {
-            const int32_t raw = in_.i32();
-            claimed = raw <= e.block.size ? raw : claimed;
-        }
-        uint8_t* buffer = mode % 8 == 7 ? nullptr : e.block.memory.get();
-
-        bool result = false;
-        if (width >= 1 && height >= 1 && buffer != nullptr && expected >= 0) {
-            m = EmptyModel();
-            if (expected == claimed) {
-                m.pixelFormat = format;
-                m.width = width;
-                m.height = height;
-                m.scanlineBytes = static_cast<int32_t>(ModelScanline(format, width));
-                m.bufferBytes = claimed;
-                m.hasBuffer = true;
-                m.external = true;
-                m.externalBuffer = buffer;
-                m.content = e.content;
-                result = true;
-            }
-        }
-        FUZZ_CHECK(b.referToExternalBitmap(format, width, height, buffer, claimed) == result);
-        CheckBitmap(b, m);
-    }
-
     // The caller reads the buffer first and later hands it to FreeBuffer.
-    void freeButKeep(NativeBitmap& b, BitmapModel& m) {
-        uint8_t* buffer = b.buffer;
-        const int32_t bytes = b.bufferBytes;
-        const bool external = b.isExternal;
-        b.freeButKeepBuffer();
+    void freeButKeep() {
+        auto [bitmap, m] = natives_.pick(in_);
+        uint8_t* buffer = bitmap.buffer;
+        const int32_t bytes = bitmap.bufferBytes;
+        const bool external = bitmap.isExternal;
+        bitmap.freeButKeepBuffer();
         if (buffer != nullptr && !external) {
-            kept_.push_back(
-                Kept{buffer, bytes, Bytes(m.content->begin(), m.content->begin() + bytes)});
+            kept_.push_back(Kept{buffer, bytes, ContentOf(m)});
         }
-        m = EmptyModel();
-        CheckBitmap(b, m);
+        m = BitmapModel();
     }
 
     void freeKept() {
@@ -281,35 +75,20 @@ class Harness {
         info.width = Dimension(in_);
         info.height = Dimension(in_);
         const int64_t bpp = ModelBytesPerPixel(info.pixelFormat);
-        switch (in_.u8() % 4) {
-            case 0:
-                info.scanlineBytes =
-                    static_cast<int32_t>(ModelScanline(info.pixelFormat, info.width));
-                break;
-            case 1:
-                info.scanlineBytes = static_cast<int32_t>(bpp * info.width - 1);
-                break;
-            case 2:
-                info.scanlineBytes = in_.i32();
-                break;
-            default:
-                info.scanlineBytes = in_.u8();
-                break;
-        }
+        const int scanline = in_.u8() % 4;
+        info.scanlineBytes = scanline == 0
+                                 ? static_cast<int32_t>(ModelScanline(info.pixelFormat, info.width))
+                             : scanline == 1 ? static_cast<int32_t>(bpp * info.width - 1)
+                             : scanline == 2 ? in_.i32()
+                                             : in_.u8();
         const uint8_t mode = in_.u8();
         Block block = ReadBlock(in_, in_.u16() % 1024);
         info.buffer = mode & 1 ? nullptr : block.memory.get();
-        switch ((mode >> 1) % 3) {
-            case 0:
-                info.bufferBytes = block.size;
-                break;
-            case 1:
-                info.bufferBytes = static_cast<int32_t>(int64_t{info.scanlineBytes} * info.height);
-                break;
-            default:
-                info.bufferBytes = in_.i32();
-                break;
-        }
+        const int bytes = (mode >> 1) % 3;
+        info.bufferBytes = bytes == 0 ? block.size
+                           : bytes == 1
+                               ? static_cast<int32_t>(int64_t{info.scanlineBytes} * info.height)
+                               : in_.i32();
         const bool expected = ModelInfoValid(info);
         FUZZ_CHECK(Bitmap::IsBitmapInfoValid(info) == expected);
         FUZZ_CHECK(NativeBitmap::IsBitmapInfoValid(info) == expected);
@@ -321,15 +100,14 @@ class Harness {
         BitmapInfo info;
         Block block;
         BitmapModel* model = nullptr;  // pool bitmap
-        int pool = -1;
     };
 
     Side side(int32_t likelyFormat) {
         Side s;
         if (in_.u8() % 3 == 0) {
-            s.pool = in_.u8() % kPool;
-            s.model = &bitmapModels_[s.pool];
-            s.info = bitmaps_[s.pool].getBitmapInfo();
+            const int i = in_.u8() % kPool;
+            s.model = &bitmaps_.models[i];
+            s.info = bitmaps_.bitmaps[i].getBitmapInfo();
             return s;
         }
         const uint8_t mode = in_.u8();
@@ -358,12 +136,9 @@ class Harness {
     }
 
     Bytes contentOf(const Side& s) const {
-        if (s.model != nullptr) {
-            return s.model->hasBuffer ? Bytes(s.model->content->begin(),
-                                              s.model->content->begin() + s.model->bufferBytes)
-                                      : Bytes();
-        }
-        return Bytes(s.block.memory.get(), s.block.memory.get() + s.block.size);
+        return s.model != nullptr
+                   ? ContentOf(*s.model)
+                   : Bytes(s.block.memory.get(), s.block.memory.get() + s.block.size);
     }
 
     // As the engine's callers do it: both infos are checked first.
@@ -423,41 +198,44 @@ class Harness {
     }
 
     void checkAll() {
-        int64_t bitmapBytes = 0, bitmapArrays = 0, nativeBytes = 0, nativeArrays = 0;
-        for (int i = 0; i < kPool; ++i) {
-            CheckBitmap(bitmaps_[i], bitmapModels_[i]);
-            CheckBitmap(natives_[i], nativeModels_[i]);
-            if (bitmapModels_[i].owned()) {
-                bitmapBytes += bitmapModels_[i].bufferBytes;
-                ++bitmapArrays;
-            }
-            if (nativeModels_[i].owned()) {
-                nativeBytes += nativeModels_[i].bufferBytes;
-                ++nativeArrays;
-            }
-        }
+        Tally bitmaps, natives;
+        bitmaps_.check(bitmaps);
+        natives_.check(natives);
         for (const Kept& k : kept_) {
-            nativeBytes += k.bytes;
-            ++nativeArrays;
+            natives.bytes += k.bytes;
+            ++natives.arrays;
         }
-        const Counters now = Counters::Now();
-        FUZZ_CHECK(now.bitmapBytes - base_.bitmapBytes == bitmapBytes);
-        FUZZ_CHECK(now.newArrays - base_.newArrays == bitmapArrays);
-        FUZZ_CHECK(now.nativeBytes - base_.nativeBytes == nativeBytes);
-        FUZZ_CHECK(now.nativeArrays - base_.nativeArrays == nativeArrays);
-        FUZZ_CHECK(now.bitmapCount - base_.bitmapCount == kPool);
-        FUZZ_CHECK(now.nativeCount - base_.nativeCount == kPool);
+        CheckCounters(base_, BitmapCounters(),
+                      {bitmaps.bytes, bitmaps.arrays, natives.bytes, natives.arrays, kPool, kPool});
     }
 
     Reader& in_;
+    BitmapDriver driver_;
     const Counters base_;
-    // Declared before the bitmaps so that they outlive every bitmap wrapping them.
-    std::vector<External> externals_;
     std::vector<Kept> kept_;
-    Bitmap bitmaps_[kPool];
-    BitmapModel bitmapModels_[kPool];
-    NativeBitmap natives_[kPool];
-    BitmapModel nativeModels_[kPool];
+    Pool<Bitmap, kPool> bitmaps_;
+    Pool<NativeBitmap, kPool> natives_;
+    // The input's encoding of the operations: seeds depend on their order.
+    const std::vector<std::function<void()>> ops_ = {
+        [this] { driver_.allocate(bitmaps_); },
+        [this] { driver_.set(bitmaps_); },
+        [this] { driver_.copy(bitmaps_); },
+        [this] { driver_.swap(bitmaps_); },
+        [this] { driver_.free(bitmaps_); },
+        [this] { driver_.clearBorders(bitmaps_); },
+        [this] { driver_.allocate(natives_); },
+        [this] { driver_.set(natives_); },
+        [this] { driver_.copy(natives_); },
+        [this] { driver_.swap(natives_); },
+        [this] { driver_.free(natives_); },
+        [this] { driver_.clearBorders(natives_); },
+        [this] { driver_.referToExternal(natives_); },
+        [this] { freeButKeep(); },
+        [this] { freeKept(); },
+        [this] { validate(); },
+        [this] { convert(); },
+        [this] { sizes(); },
+    };
 };
 
 }  // namespace
@@ -465,17 +243,6 @@ class Harness {
 }  // namespace kesto
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
-    using namespace kesto;
-    const fuzz::Counters before = fuzz::Counters::Now();
-    {
-        fuzz::Reader in(data, size);
-        fuzz::Harness harness(in);
-        for (int steps = 0; steps < 256 && !in.done(); ++steps) {
-            harness.step();
-        }
-    }
-    // Everything is released again.
-    const fuzz::Counters after = fuzz::Counters::Now();
-    FUZZ_CHECK(std::memcmp(&before, &after, sizeof before) == 0);
+    kesto::fuzz::RunBitmapHarness<kesto::fuzz::Harness>(data, size, kesto::fuzz::BitmapCounters);
     return 0;
 }

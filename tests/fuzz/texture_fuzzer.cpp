@@ -6,6 +6,7 @@
 #include <cstddef>
 #include <cstdint>
 #include <deque>
+#include <functional>
 #include <memory>
 #include <vector>
 
@@ -13,6 +14,7 @@
 #include "image/Bitmap.h"
 #include "image/NativeBitmap.h"
 #include "image/Texture.h"
+#include "tests/fuzz/BitmapDriver.h"
 #include "tests/fuzz/BitmapModel.h"
 #include "tests/fuzz/FuzzSupport.h"
 
@@ -46,320 +48,136 @@ struct TextureModel {
         info[Texture::INFO_CONTENT_SIZE] = packed;
     }
 
+    // Only the info slots survive.
     void deinit() {
-        inited = false;
-        queue.clear();
-        pushes = pops = 0;
-        renderThread = EmptyModel();
-        renderThreadValid = false;
-        native = EmptyModel();
-        nativeValid = false;
-        hasTransform = false;
+        TextureModel fresh;
+        std::memcpy(fresh.info, info, sizeof info);
+        *this = std::move(fresh);
     }
 };
 
-bool Fits(const BitmapModel& m) {
-    return m.width <= kMaximumDimension && m.height <= kMaximumDimension;
+Counters TextureCounters() {
+    Counters counters = BitmapCounters();
+    counters.insert(counters.end(), {g_newCount.load(), Texture::GLTexturesCount.load(),
+                                     Texture::GLTexturesBytes.load()});
+    return counters;
 }
-
-struct Counters {
-    int32_t values[9];
-
-    static Counters Now() {
-        return Counters{{Bitmap::BitmapBytes.load(), g_newArrayCount.load(),
-                         NativeBitmap::BitmapBytes.load(), g_newNBmpArrayCount.load(),
-                         Bitmap::BitmapCount.load(), NativeBitmap::BitmapCount.load(),
-                         g_newCount.load(), Texture::GLTexturesCount.load(),
-                         Texture::GLTexturesBytes.load()}};
-    }
-};
 
 class Harness {
   public:
-    explicit Harness(Reader& in) : in_(in), base_(Counters::Now()) {
+    explicit Harness(Reader& in) : in_(in), driver_(in), base_(TextureCounters()) {
         for (auto& texture : textures_) {
             texture = std::make_unique<Texture>(nullptr);
         }
     }
 
     void step() {
-        switch (in_.u8() % 17) {
-            case 0:
-                onBitmap([&](Bitmap& b, BitmapModel& m) { allocate(b, m); });
-                break;
-            case 1:
-                onBitmap([&](Bitmap& b, BitmapModel& m) { set(b, m); });
-                break;
-            case 2:
-                onNative([&](NativeBitmap& b, BitmapModel& m) { allocate(b, m); });
-                break;
-            case 3:
-                onNative([&](NativeBitmap& b, BitmapModel& m) {
-                    if (in_.u8() & 1) {
-                        set(b, m);
-                    } else {
-                        referToExternal(b, m);
-                    }
-                });
-                break;
-            case 4:
-                if (in_.u8() & 1) {
-                    onBitmap([&](Bitmap& b, BitmapModel& m) {
-                        b.free();
-                        m = EmptyModel();
-                    });
-                } else {
-                    onNative([&](NativeBitmap& b, BitmapModel& m) {
-                        b.free();
-                        m = EmptyModel();
-                    });
-                }
-                break;
-            case 5:
-                onTexture([&](Texture& t, TextureModel& m) {
-                    const bool expected = !m.inited;
-                    if (m.inited) {
-                        m.deinit();
-                    } else {
-                        m.inited = true;
-                    }
-                    FUZZ_CHECK(t.init() == expected);
-                });
-                break;
-            case 6:
-                onTexture([&](Texture& t, TextureModel& m) {
-                    t.deinit();
-                    m.deinit();
-                });
-                break;
-            case 7:
-                onTexture([&](Texture& t, TextureModel& m) { setupByBitmap(t, m); });
-                break;
-            case 8:
-                onTexture([&](Texture& t, TextureModel& m) { setupInRenderThread(t, m); });
-                break;
-            case 9:
-                onTexture([&](Texture& t, TextureModel& m) { setupByNative(t, m); });
-                break;
-            case 10:
-                onTexture([&](Texture& t, TextureModel& m) { takeAll(t, m); });
-                break;
-            case 11:
-                onTexture([&](Texture& t, TextureModel& m) { popOne(t, m); });
-                break;
-            case 12:
-                onTexture([&](Texture& t, TextureModel& m) { misuseQueue(t, m); });
-                break;
-            case 13:
-                onTexture([&](Texture& t, TextureModel& m) {
-                    // As Texture_RecordInfo does for Java.
-                    const int index = in_.u8() % 3;
-                    int32_t value = in_.i32();
-                    if (in_.u8() & 1) {
-                        const uint32_t width = static_cast<uint16_t>(Dimension(in_));
-                        value = static_cast<int32_t>((width << 16) |
-                                                     static_cast<uint16_t>(Dimension(in_)));
-                    }
-                    t.info[index] = value;
-                    m.info[index] = value;
-                });
-                break;
-            case 14:
-                powerOfTwo();
-                break;
-            case 15:
-                onTexture([&](Texture& t, TextureModel& m) {
-                    float v[16];
-                    for (float& f : v) {
-                        f = in_.f32();
-                    }
-                    t.setTextureTransform(v[0], v[1], v[2], v[3], v[4], v[5], v[6], v[7], v[8],
-                                          v[9], v[10], v[11], v[12], v[13], v[14], v[15]);
-                    m.hasTransform = true;
-                    std::memcpy(m.transform, v, sizeof v);
-                });
-                break;
-            default:
-                // Without a handle there is nothing to delete: no GL call.
-                onTexture([&](Texture& t, TextureModel&) { t.destroyRenderTexture(); });
-                break;
-        }
+        ops_[in_.u8() % ops_.size()]();
         checkAll();
     }
 
-    void end() {
-        for (auto& texture : textures_) {
-            texture.reset();
-        }
-    }
-
   private:
-    template <class F>
-    void onBitmap(F f) {
-        const int i = in_.u8() % kBitmaps;
-        f(bitmaps_[i], bitmapModels_[i]);
-    }
+    using TextureOp = void (Harness::*)(Texture&, TextureModel&);
 
-    template <class F>
-    void onNative(F f) {
-        const int i = in_.u8() % kNatives;
-        f(natives_[i], nativeModels_[i]);
-    }
-
-    template <class F>
-    void onTexture(F f) {
+    void onTexture(TextureOp op) {
         const int i = in_.u8() % kTextures;
-        f(*textures_[i], models_[i]);
+        (this->*op)(*textures_[i], models_[i]);
     }
 
-    template <class B>
-    void allocate(B& b, BitmapModel& m) {
-        const int32_t format = Format(in_);
-        const int32_t width = Dimension(in_);
-        const int32_t height = Dimension(in_);
-        DoAllocate(b, m, format, width, height, in_.u8());
+    void init(Texture& t, TextureModel& m) {
+        const bool expected = !m.inited;
+        if (m.inited) {
+            m.deinit();
+        } else {
+            m.inited = true;
+        }
+        FUZZ_CHECK(t.init() == expected);
     }
 
-    template <class B>
-    void set(B& b, BitmapModel& m) {
-        const int32_t format = Format(in_);
-        const int32_t width = Dimension(in_);
-        const int32_t height = Dimension(in_);
-        int64_t length = ModelBufferBytes(format, width, height);
-        if (length < 0 || length > kMaxBufferBytes || (in_.u8() & 3) == 0) {
-            length = in_.u16() % 512;
-        }
-        std::unique_ptr<uint8_t[]> source(new uint8_t[length]);
-        const size_t got = in_.take(source.get(), static_cast<size_t>(length));
-        std::memset(source.get() + got, 0x5A, static_cast<size_t>(length) - got);
-        DoSet(b, m, format, width, height, source.get(), static_cast<int32_t>(length));
+    void deinit(Texture& t, TextureModel& m) {
+        t.deinit();
+        m.deinit();
     }
 
-    // A harness-owned buffer of exactly the expected size, so that the call succeeds.
-    void referToExternal(NativeBitmap& b, BitmapModel& m) {
-        const int32_t format = Format(in_);
-        const int32_t width = Dimension(in_);
-        const int32_t height = Dimension(in_);
-        const int64_t bytes = ModelBufferBytes(format, width, height);
-        if (width < 1 || height < 1 || bytes < 0 || bytes > kMaxBufferBytes ||
-            externals_.size() >= 8) {
-            return;
+    // The three staging calls take a pool bitmap or none, and whether to swap it in rather than
+    // copy it. When the call is to succeed, `to` takes the bitmap's model.
+    template <class B, int N, class Call>
+    bool stage(TextureModel& m, Pool<B, N>& pool, bool ready, BitmapModel& to, Call call) {
+        const int i = in_.u8() % (N + 1);
+        const bool swap = in_.u8() & 1;
+        B* bitmap = i < N ? &pool.bitmaps[i] : nullptr;
+        const BitmapModel* model = i < N ? &pool.models[i] : nullptr;
+        const bool expected = bitmap != nullptr && ready && model->width <= kMaximumDimension &&
+                              model->height <= kMaximumDimension;
+        if (expected) {
+            if (swap) {
+                std::swap(to, pool.models[i]);
+            } else {
+                ModelCopy(to, *model);
+            }
+            m.record(to.width, to.height);
         }
-        std::unique_ptr<uint8_t[]> memory(new uint8_t[bytes]);
-        auto content = std::make_shared<Bytes>(static_cast<size_t>(bytes));
-        in_.take(content->data(), content->size());
-        if (bytes > 0) {
-            std::memcpy(memory.get(), content->data(), content->size());
-        }
-        FUZZ_CHECK(b.referToExternalBitmap(format, width, height, memory.get(),
-                                           static_cast<int32_t>(bytes)));
-        m = EmptyModel();
-        m.pixelFormat = format;
-        m.width = width;
-        m.height = height;
-        m.scanlineBytes = static_cast<int32_t>(ModelScanline(format, width));
-        m.bufferBytes = static_cast<int32_t>(bytes);
-        m.hasBuffer = true;
-        m.external = true;
-        m.externalBuffer = memory.get();
-        m.content = content;
-        externals_.push_back(std::move(memory));
+        FUZZ_CHECK(call(bitmap, swap) == expected);
+        return expected;
     }
 
     void setupByBitmap(Texture& t, TextureModel& m) {
-        const int i = in_.u8() % (kBitmaps + 1);
-        const bool swap = in_.u8() & 1;
-        Bitmap* bitmap = i < kBitmaps ? &bitmaps_[i] : nullptr;
-        bool expected = false;
-        if (bitmap != nullptr && Fits(bitmapModels_[i]) && m.inited && m.queue.size() < 2) {
-            // The ring's free item is empty: whatever was taken from it was freed.
-            BitmapModel value;
-            if (swap) {
-                std::swap(value, bitmapModels_[i]);
-            } else {
-                ModelCopy(value, bitmapModels_[i]);
-            }
-            m.record(value.width, value.height);
+        // The ring's free item is empty: whatever was taken from it was freed.
+        BitmapModel value;
+        if (stage(m, bitmaps_, m.inited && m.queue.size() < 2, value,
+                  [&](Bitmap* b, bool swap) { return t.setupByBitmap(b, swap); })) {
             m.queue.push_back(std::move(value));
             ++m.pushes;
-            expected = true;
         }
-        FUZZ_CHECK(t.setupByBitmap(bitmap, swap) == expected);
     }
 
     void setupInRenderThread(Texture& t, TextureModel& m) {
-        const int i = in_.u8() % (kBitmaps + 1);
-        const bool swap = in_.u8() & 1;
-        Bitmap* bitmap = i < kBitmaps ? &bitmaps_[i] : nullptr;
-        bool expected = false;
-        if (bitmap != nullptr && Fits(bitmapModels_[i])) {
-            if (swap) {
-                std::swap(m.renderThread, bitmapModels_[i]);
-            } else {
-                ModelCopy(m.renderThread, bitmapModels_[i]);
-            }
-            m.record(m.renderThread.width, m.renderThread.height);
-            m.renderThreadValid = true;
-            expected = true;
-        }
-        FUZZ_CHECK(t.setupByBitmap_InRenderThread(bitmap, swap) == expected);
+        m.renderThreadValid |= stage(m, bitmaps_, true, m.renderThread, [&](Bitmap* b, bool swap) {
+            return t.setupByBitmap_InRenderThread(b, swap);
+        });
     }
 
     void setupByNative(Texture& t, TextureModel& m) {
-        const int i = in_.u8() % (kNatives + 1);
-        const bool swap = in_.u8() & 1;
-        NativeBitmap* bitmap = i < kNatives ? &natives_[i] : nullptr;
-        bool expected = false;
-        if (bitmap != nullptr && Fits(nativeModels_[i])) {
-            if (swap) {
-                std::swap(m.native, nativeModels_[i]);
-            } else {
-                ModelCopy(m.native, nativeModels_[i]);
-            }
-            m.record(m.native.width, m.native.height);
-            m.nativeValid = true;
-            expected = true;
-        }
-        FUZZ_CHECK(t.setupByNativeBitmap(bitmap, swap) == expected);
+        m.nativeValid |= stage(m, natives_, true, m.native, [&](NativeBitmap* b, bool swap) {
+            return t.setupByNativeBitmap(b, swap);
+        });
     }
 
-    // One item taken off the ring and emptied, as the consumer does it.
-    void popOne(Texture& t, TextureModel& m) {
-        auto* item = t.inputBitmapsQueue.popBegin();
+    // One item off the ring, as the consumer takes it: its bitmap moves to `into`, or is freed.
+    bool pop(Texture& t, TextureModel& m, Bitmap* into, BitmapModel* intoModel) {
+        auto& queue = t.inputBitmapsQueue;
+        auto* item = queue.popBegin();
         FUZZ_CHECK((item != nullptr) == !m.queue.empty());
         if (item == nullptr) {
-            return;
+            return false;
         }
         CheckBitmap(item->value, m.queue.front());
+        if (into != nullptr) {
+            into->swapBitmap(&item->value);
+            *intoModel = std::move(m.queue.front());
+        }
         item->value.free();
-        t.inputBitmapsQueue.popEnd(item);
+        queue.popEnd(item);
         m.queue.pop_front();
         ++m.pops;
+        return true;
     }
+
+    void popOne(Texture& t, TextureModel& m) { pop(t, m, nullptr, nullptr); }
 
     // createRenderTexture up to the upload: drain the ring keeping the newest, then let the
     // render-thread bitmap and then the native bitmap take precedence.
     void takeAll(Texture& t, TextureModel& m) {
-        auto& queue = t.inputBitmapsQueue;
         Bitmap queued;
         BitmapModel queuedModel;
-        while (auto* item = queue.popBegin()) {
-            FUZZ_CHECK(!m.queue.empty());
-            CheckBitmap(item->value, m.queue.front());
-            queued.swapBitmap(&item->value);
-            item->value.free();
-            queue.popEnd(item);
-            queuedModel = std::move(m.queue.front());
-            m.queue.pop_front();
-            ++m.pops;
+        while (pop(t, m, &queued, &queuedModel)) {
         }
-        FUZZ_CHECK(m.queue.empty());
         if (t.inputBitmapInRenderThreadValid) {
             queued.swapBitmap(&t.inputBitmapInRenderThread);
             t.inputBitmapInRenderThread.free();
             t.inputBitmapInRenderThreadValid = false;
-            std::swap(queuedModel, m.renderThread);
-            m.renderThread = EmptyModel();
+            queuedModel = std::move(m.renderThread);
+            m.renderThread = BitmapModel();
             m.renderThreadValid = false;
         }
         CheckBitmap(queued, queuedModel);
@@ -369,7 +187,7 @@ class Harness {
             t.inputNativeBitmap.free();
             t.inputNativeBitmapValid = false;
             CheckBitmap(native, m.native);
-            m.native = EmptyModel();
+            m.native = BitmapModel();
             m.nativeValid = false;
         }
     }
@@ -395,7 +213,7 @@ class Harness {
             case 2:
                 queue.pushEnd(pushItem);
                 if (m.queue.size() < 2) {
-                    m.queue.push_back(EmptyModel());
+                    m.queue.push_back(BitmapModel());
                     ++m.pushes;
                 }
                 break;
@@ -412,6 +230,32 @@ class Harness {
         }
     }
 
+    // As Texture_RecordInfo does for Java.
+    void recordInfo(Texture& t, TextureModel& m) {
+        const int index = in_.u8() % 3;
+        int32_t value = in_.i32();
+        if (in_.u8() & 1) {
+            const uint32_t width = static_cast<uint16_t>(Dimension(in_));
+            value = static_cast<int32_t>((width << 16) | static_cast<uint16_t>(Dimension(in_)));
+        }
+        t.info[index] = value;
+        m.info[index] = value;
+    }
+
+    void setTransform(Texture& t, TextureModel& m) {
+        float v[16];
+        for (float& f : v) {
+            f = in_.f32();
+        }
+        t.setTextureTransform(v[0], v[1], v[2], v[3], v[4], v[5], v[6], v[7], v[8], v[9], v[10],
+                              v[11], v[12], v[13], v[14], v[15]);
+        m.hasTransform = true;
+        std::memcpy(m.transform, v, sizeof v);
+    }
+
+    // Without a handle there is nothing to delete: no GL call.
+    void destroy(Texture& t, TextureModel&) { t.destroyRenderTexture(); }
+
     void powerOfTwo() {
         const int32_t n = Dimension(in_);
         int32_t expected = n <= 0 ? 0 : n;
@@ -424,8 +268,7 @@ class Harness {
         FUZZ_CHECK(Texture::CalculateHigherOrEqualPowerOfTwoDimension(n) == expected);
     }
 
-    void checkTexture(const Texture& t, const TextureModel& m, int64_t* bytes, int64_t* arrays,
-                      int64_t* nativeBytes, int64_t* nativeArrays) {
+    void checkTexture(const Texture& t, const TextureModel& m, Tally& bitmaps, Tally& natives) {
         FUZZ_CHECK(t.renderTextureHandle == 0);
         FUZZ_CHECK(t.pixelFormat == 0 && t.textureBytes == 0 && !t.isOESTexture);
         for (int i = 0; i < 3; ++i) {
@@ -438,35 +281,22 @@ class Harness {
         const auto& queue = t.inputBitmapsQueue;
         FUZZ_CHECK((queue.items != nullptr) == m.inited);
         if (m.inited) {
-            ++*arrays;
+            ++bitmaps.arrays;
             FUZZ_CHECK(queue.capacity == 2);
             FUZZ_CHECK(queue.pushIndex == m.pushes % 2 && queue.popIndex == m.pops % 2);
             for (int k = 0; k < 2; ++k) {
                 const auto& item = queue.items[(m.pops + k) % 2];
                 const bool pending = k < static_cast<int>(m.queue.size());
                 FUZZ_CHECK(item.valid.load() == pending);
-                const BitmapModel& expected = pending ? m.queue[k] : BitmapModel();
-                CheckBitmap(item.value, expected);
-                if (expected.owned()) {
-                    *bytes += expected.bufferBytes;
-                    ++*arrays;
-                }
+                bitmaps.check(item.value, pending ? m.queue[k] : BitmapModel());
             }
         } else {
             FUZZ_CHECK(queue.capacity == 0 && queue.pushIndex == 0 && queue.popIndex == 0);
         }
         FUZZ_CHECK(t.inputBitmapInRenderThreadValid == m.renderThreadValid);
-        CheckBitmap(t.inputBitmapInRenderThread, m.renderThread);
-        if (m.renderThread.owned()) {
-            *bytes += m.renderThread.bufferBytes;
-            ++*arrays;
-        }
+        bitmaps.check(t.inputBitmapInRenderThread, m.renderThread);
         FUZZ_CHECK(t.inputNativeBitmapValid == m.nativeValid);
-        CheckBitmap(t.inputNativeBitmap, m.native);
-        if (m.native.owned()) {
-            *nativeBytes += m.native.bufferBytes;
-            ++*nativeArrays;
-        }
+        natives.check(t.inputNativeBitmap, m.native);
         FUZZ_CHECK((t.textureTransform != nullptr) == m.hasTransform);
         if (m.hasTransform) {
             FUZZ_CHECK(std::memcmp(t.textureTransform->m, m.transform, sizeof m.transform) == 0);
@@ -474,46 +304,48 @@ class Harness {
     }
 
     void checkAll() {
-        int64_t bytes = 0, arrays = 0, nativeBytes = 0, nativeArrays = 0, objects = 0;
-        int64_t bitmapObjects = kBitmaps;
-        for (int i = 0; i < kBitmaps; ++i) {
-            CheckBitmap(bitmaps_[i], bitmapModels_[i]);
-            if (bitmapModels_[i].owned()) {
-                bytes += bitmapModels_[i].bufferBytes;
-                ++arrays;
-            }
-        }
-        for (int i = 0; i < kNatives; ++i) {
-            CheckBitmap(natives_[i], nativeModels_[i]);
-            if (nativeModels_[i].owned()) {
-                nativeBytes += nativeModels_[i].bufferBytes;
-                ++nativeArrays;
-            }
-        }
+        Tally bitmaps, natives;
+        bitmaps_.check(bitmaps);
+        natives_.check(natives);
+        int64_t bitmapObjects = kBitmaps, objects = 0;
         for (int i = 0; i < kTextures; ++i) {
-            checkTexture(*textures_[i], models_[i], &bytes, &arrays, &nativeBytes, &nativeArrays);
+            checkTexture(*textures_[i], models_[i], bitmaps, natives);
             bitmapObjects += 1 + (models_[i].inited ? 2 : 0);
             objects += models_[i].hasTransform ? 1 : 0;
         }
-        const Counters now = Counters::Now();
-        const int64_t expected[] = {
-            bytes, arrays, nativeBytes, nativeArrays, bitmapObjects, kNatives + kTextures, objects,
-            0,     0};
-        for (int i = 0; i < 9; ++i) {
-            FUZZ_CHECK(now.values[i] - base_.values[i] == expected[i]);
-        }
+        CheckCounters(base_, TextureCounters(),
+                      {bitmaps.bytes, bitmaps.arrays, natives.bytes, natives.arrays, bitmapObjects,
+                       kNatives + kTextures, objects, 0, 0});
     }
 
     Reader& in_;
+    BitmapDriver driver_;
     const Counters base_;
-    // Outlive every bitmap and texture that may wrap them.
-    std::vector<std::unique_ptr<uint8_t[]>> externals_;
-    Bitmap bitmaps_[kBitmaps];
-    BitmapModel bitmapModels_[kBitmaps];
-    NativeBitmap natives_[kNatives];
-    BitmapModel nativeModels_[kNatives];
+    Pool<Bitmap, kBitmaps> bitmaps_;
+    Pool<NativeBitmap, kNatives> natives_;
+    // After the bitmaps: the textures go first, while whatever they wrap is still there.
     std::unique_ptr<Texture> textures_[kTextures];
     TextureModel models_[kTextures];
+    // The input's encoding of the operations: seeds depend on their order.
+    const std::vector<std::function<void()>> ops_ = {
+        [this] { driver_.allocate(bitmaps_); },
+        [this] { driver_.set(bitmaps_); },
+        [this] { driver_.allocate(natives_); },
+        [this] { in_.u8() & 1 ? driver_.set(natives_) : driver_.referToExternal(natives_); },
+        [this] { in_.u8() & 1 ? driver_.free(bitmaps_) : driver_.free(natives_); },
+        [this] { onTexture(&Harness::init); },
+        [this] { onTexture(&Harness::deinit); },
+        [this] { onTexture(&Harness::setupByBitmap); },
+        [this] { onTexture(&Harness::setupInRenderThread); },
+        [this] { onTexture(&Harness::setupByNative); },
+        [this] { onTexture(&Harness::takeAll); },
+        [this] { onTexture(&Harness::popOne); },
+        [this] { onTexture(&Harness::misuseQueue); },
+        [this] { onTexture(&Harness::recordInfo); },
+        [this] { powerOfTwo(); },
+        [this] { onTexture(&Harness::setTransform); },
+        [this] { onTexture(&Harness::destroy); },
+    };
 };
 
 }  // namespace
@@ -521,17 +353,6 @@ class Harness {
 }  // namespace kesto
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
-    using namespace kesto;
-    const fuzz::Counters before = fuzz::Counters::Now();
-    {
-        fuzz::Reader in(data, size);
-        fuzz::Harness harness(in);
-        for (int steps = 0; steps < 256 && !in.done(); ++steps) {
-            harness.step();
-        }
-        harness.end();
-    }
-    const fuzz::Counters after = fuzz::Counters::Now();
-    FUZZ_CHECK(std::memcmp(&before, &after, sizeof before) == 0);
+    kesto::fuzz::RunBitmapHarness<kesto::fuzz::Harness>(data, size, kesto::fuzz::TextureCounters);
     return 0;
 }
