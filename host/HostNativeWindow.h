@@ -1,22 +1,12 @@
-// Native windows on the desktop. The NDK functions (same signatures as libandroid's) work on
-// windows behind host android.view.Surface objects; the two KestoHost_ functions bridge to X11.
+// Native windows on the desktop. The NDK functions declared in platform/NativeWindow.h work here on
+// windows behind host android.view.Surface objects (fromSurface acquires one reference for the
+// caller and gives null for a null, released or foreign object; the size queries give -EINVAL for
+// null and -ENODEV once the X window is gone); the two KestoHost_ functions bridge to X11.
 #pragma once
 
-#include <jni.h>
-
-#include <cstdint>
+#include "platform/NativeWindow.h"
 
 extern "C" {
-
-struct ANativeWindow;
-
-// One reference is acquired for the caller; null for a null, released or foreign object.
-ANativeWindow* ANativeWindow_fromSurface(JNIEnv* env, jobject surface);
-void ANativeWindow_acquire(ANativeWindow* window);
-void ANativeWindow_release(ANativeWindow* window);
-// Negative (-EINVAL) for a null window.
-int32_t ANativeWindow_getWidth(ANativeWindow* window);
-int32_t ANativeWindow_getHeight(ANativeWindow* window);
 
 // The X11 window id, usable as EGLNativeWindowType with Mesa's X11 platform; 0 for null.
 unsigned long KestoHost_ANativeWindow_getXWindow(ANativeWindow* window);

@@ -2,7 +2,7 @@
 
 #ifndef __ANDROID__
 // The desktop host library keeps an X11 window behind each native window.
-extern "C" unsigned long KestoHost_ANativeWindow_getXWindow(ANativeWindow* window);
+#include "host/HostNativeWindow.h"
 #endif
 
 namespace kesto {
