@@ -130,6 +130,11 @@ void Context::deinit() {
     KLOGI("deinit +");
     if (renderer != nullptr) {
         runOnCurrentThread();
+    }
+    // Windows unbind their surfaces and buffers delete their GL copies while this context is
+    // current and its display alive.
+    unlinkAll();
+    if (renderer != nullptr) {
         deinitShaderManager();
         DeleteObject(renderer);
         renderer = nullptr;
@@ -206,6 +211,10 @@ bool Context::targetSurface(void* surface) {
     currentSurface = surface != nullptr ? static_cast<EGLSurface>(surface) : pbufferSurface;
     runOnCurrentThread();
     return true;
+}
+
+bool Context::isCurrent() const {
+    return eglContext != EGL_NO_CONTEXT && eglGetCurrentContext() == eglContext;
 }
 
 bool Context::registerVertexBuffer(VertexBuffer* vertexBuffer) {

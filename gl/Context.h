@@ -7,6 +7,8 @@
 
 #include <cstdint>
 
+#include "core/Link.h"
+
 namespace kesto {
 
 class Environment;
@@ -15,7 +17,9 @@ class ShaderManager;
 class ShaderProgram;
 class VertexBuffer;
 
-class Context {
+// Windows and vertex buffers link to their context; deinit tells them, while the context is
+// still whole, so that they release what they hold in it.
+class Context : public LinkTarget {
   public:
     Environment* environment = nullptr;
     int32_t redSize = 0;
@@ -47,6 +51,8 @@ class Context {
     void deinit();
 
     bool runOnCurrentThread();
+    // Whether this context is the calling thread's current one.
+    bool isCurrent() const;
     void removeFromCurrentThread();
     // Null targets the pbuffer. Returns true whenever the context exists.
     bool targetSurface(void* surface);

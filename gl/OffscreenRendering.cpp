@@ -117,6 +117,9 @@ bool Renderer::toggleRenderToTexture(Texture* texture) {
     const GLuint handle = texture->renderTextureHandle;
     if (handle == 0) {
         KLOGE("toggleRenderToTexture NG createRenderTexture failed");
+        // Every failed start leaves the window's framebuffer bound, as a finished render does.
+        glBindFramebuffer(GL_FRAMEBUFFER, 0);
+        destroyFramebufferObject();
         return false;
     }
     glFramebufferTexture2D(GL_FRAMEBUFFER, GL_COLOR_ATTACHMENT0, GL_TEXTURE_2D, handle, 0);

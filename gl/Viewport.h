@@ -1,17 +1,18 @@
 #pragma once
 
+#include "core/Link.h"
 #include "core/Vector.h"
+#include "scene/Camera.h"
 
 namespace kesto {
 
-class Camera;
 class Renderer;
-class SceneNode;
 
 // A link from a window to the camera that renders into it.
 class Viewport {
   public:
-    Camera* camera = nullptr;
+    // Null once the camera's scene is destroyed.
+    Link<Camera> camera;
 
     // Null unlinks.
     void linkCamera(Camera* linked) { camera = linked; }

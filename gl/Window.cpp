@@ -28,7 +28,8 @@ bool SameColour(const float a[4], const float b[4]) {
 
 }  // namespace
 
-Window::Window(Environment* env, Context* ctx) : environment(env), context(ctx) {
+Window::Window(Environment* env, Context* ctx) : environment(env) {
+    context = ctx;
     resetLastClearColor();
     if (env == nullptr || ctx == nullptr) {
         KLOGE("NG - environment=%08X context=%08X",
@@ -45,7 +46,7 @@ Window::~Window() {
     if (eglSurface != EGL_NO_SURFACE) {
         unbindSurface();
     }
-    context = nullptr;
+    context.set(nullptr);
     if (environment != nullptr) {
         CountDown(environment->windowCount);
         environment = nullptr;
@@ -62,6 +63,10 @@ bool Window::bindSurface(ANativeWindow* surface, int surfaceWidth, int surfaceHe
         return false;
     }
     unbindSurface();
+    if (context == nullptr) {
+        KLOGE("bindSurface NG - the window's context was destroyed");
+        return false;
+    }
     KLOGI("bindSurface+");
     eglSurface = eglCreateWindowSurface(environment->eglDisplay, context->eglConfig,
                                         EglNativeWindow(surface), nullptr);
@@ -167,6 +172,10 @@ bool Window::present() {
 
 bool Window::renderToTexture(Texture* texture, int flags, int x, int y, int regionWidth,
                              int regionHeight, bool includeHidden) {
+    if (context == nullptr) {
+        KLOGE("renderToTexture NG - the window's context was destroyed");
+        return false;
+    }
     Renderer* renderer = context->renderer;
     renderer->clearStatus();
     renderer->targetWindow(this);
@@ -183,8 +192,13 @@ bool Window::renderToTexture(Texture* texture, int flags, int x, int y, int regi
 
 bool Window::renderOESTextureToTexture(Texture* source, Texture* target, float left, float top,
                                        float right, float bottom) {
+    if (context == nullptr) {
+        KLOGE("renderOESTextureToTexture NG - the window's context was destroyed");
+        return false;
+    }
     Renderer* renderer = context->renderer;
-    Mesh* mesh = renderer->getTextureMesh(environment);
+    // Counted in the context's environment: the renderer keeps the mesh as long as the context.
+    Mesh* mesh = renderer->getTextureMesh(context->environment);
     if (mesh == nullptr) {
         KLOGE("renderOESTextureToTexture NG: getTextureMesh failed");
         return false;

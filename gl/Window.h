@@ -6,22 +6,27 @@
 
 #include <cstdint>
 
+#include "core/Link.h"
 #include "core/Vector.h"
+#include "gl/Context.h"
 #include "gl/Viewport.h"
 
 struct ANativeWindow;
 
 namespace kesto {
 
-class Context;
 class Environment;
 class SceneNode;
 class Texture;
 
 class Window {
+  private:
+    // A destroyed context takes the surface with it; the window then refuses to draw.
+    void contextGoing() { unbindSurface(); }
+
   public:
     Environment* environment;
-    Context* context;
+    WatchedLink<Context, Window, &Window::contextGoing> context{this};
     EGLSurface eglSurface = EGL_NO_SURFACE;
     // The bound native window; the window holds one reference to it while bound.
     ANativeWindow* nativeWindow = nullptr;

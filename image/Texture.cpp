@@ -57,6 +57,19 @@ bool FitsPackedSize(int width, int height) {
     return width <= kMaximumDimension && height <= kMaximumDimension;
 }
 
+// Phones stop at 2048 or 4096 texels; GL would refuse the upload without a word and the sprite
+// would draw black.
+bool FitsContext(int width, int height) {
+    GLint limit = 0;
+    glGetIntegerv(GL_MAX_TEXTURE_SIZE, &limit);
+    if (limit > 0 && (width > limit || height > limit)) {
+        KLOGE("texture %dx%d NG - larger than the context's GL_MAX_TEXTURE_SIZE %d", width, height,
+              limit);
+        return false;
+    }
+    return true;
+}
+
 }  // namespace
 
 Texture::Texture(Environment* env) : environment(env) {
@@ -66,6 +79,7 @@ Texture::Texture(Environment* env) : environment(env) {
 }
 
 Texture::~Texture() {
+    unlinkAll();
     deinit();
     if (environment != nullptr) {
         CountDown(environment->textureCount);
@@ -206,9 +220,18 @@ bool Texture::createRenderTexture() {
     if (source.pixelFormat == 0) {
         return true;
     }
-    const bool realized = createRenderTextureImpl(
-        textureWidth(), textureHeight(), source.width, source.height, source.pixelFormat,
-        source.scanlineBytes, source.bufferBytes, source.buffer);
+    // A producer may have recorded the size of a newer bitmap meanwhile: the texture must at
+    // least hold the one uploaded now.
+    int width = textureWidth();
+    int height = textureHeight();
+    if (width < source.width || height < source.height) {
+        width = source.width;
+        height = source.height;
+        recordSize(width, height);
+    }
+    const bool realized =
+        createRenderTextureImpl(width, height, source.width, source.height, source.pixelFormat,
+                                source.scanlineBytes, source.bufferBytes, source.buffer);
     if (!realized) {
         KLOGE("createRenderTexture NG");
     }
@@ -219,6 +242,9 @@ bool Texture::createRenderTextureImpl(int textureWidth, int textureHeight, int b
                                       int bitmapHeight, int format, int scanlineBytes,
                                       int bufferBytes, unsigned char* pixels) {
     destroyRenderTexture();
+    if (!FitsContext(textureWidth, textureHeight)) {
+        return false;
+    }
     glGenTextures(1, &renderTextureHandle);
     glBindTexture(GL_TEXTURE_2D, renderTextureHandle);
     SetLinearClampedParameters(GL_TEXTURE_2D, GL_LINEAR);
@@ -261,6 +287,9 @@ bool Texture::realizeBlankTexture(int format, int width, int height) {
     deinit();
     if (!init()) {
         KLOGE("realizeBlankTexture init NG");
+        return false;
+    }
+    if (!FitsContext(width, height)) {
         return false;
     }
     glGenTextures(1, &renderTextureHandle);

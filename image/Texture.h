@@ -9,6 +9,7 @@
 #include <atomic>
 #include <cstdint>
 
+#include "core/Link.h"
 #include "image/Bitmap.h"
 #include "image/NativeBitmap.h"
 #include "image/ThreadEventQueue.h"
@@ -17,7 +18,8 @@ namespace kesto {
 
 class Environment;
 
-class Texture {
+// Materials and blur sprites link to textures; a destroyed texture unlinks them.
+class Texture : public LinkTarget {
   public:
     // Sizes are packed (width << 16) | height.
     enum InfoSlot { INFO_RESERVED = 0, INFO_TEXTURE_SIZE = 1, INFO_CONTENT_SIZE = 2 };

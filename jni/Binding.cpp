@@ -46,6 +46,21 @@ void ReportBadHandle(const char* method, jint handle, HandleTable::Status status
     }
 }
 
+std::unique_lock<std::recursive_mutex> LockEngine() {
+    static std::recursive_mutex* engine =
+        new std::recursive_mutex();  // lives as long as the process
+    return std::unique_lock<std::recursive_mutex>(*engine);
+}
+
+void Hold::ReportBusy(const char* method, jint handle, HandleTable::Status status) {
+    if (status == HandleTable::Status::BUSY) {
+        KLOGE("%s NG - handle %d is in use on another thread", JavaMethodName(method).c_str(),
+              handle);
+    } else {
+        KLOGE("%s NG - unknown handle %d", JavaMethodName(method).c_str(), handle);
+    }
+}
+
 void ReportEmbedded(const char* method, jint handle) {
     KLOGE("%s NG - handle %d belongs to its owner and goes with it", JavaMethodName(method).c_str(),
           handle);

@@ -8,10 +8,17 @@
 
 #include <jni.h>
 
+#include <mutex>
+
 #include "core/Accounting.h"
 #include "jni/HandleTable.h"
 
 namespace kesto::jni {
+
+// Every native that touches scenes, windows, GL or an environment runs under this one lock, so a
+// call from the UI thread while the render thread draws waits for the frame instead of tearing
+// the tree. Uncontended in a well-behaved app. Recursive: some natives call others.
+std::unique_lock<std::recursive_mutex> LockEngine();
 
 // One error line naming the method and the refused value. `method` may be the exported name
 // (__func__); it is reported as the Java method's name.
@@ -41,13 +48,16 @@ bool Resolve(const char* method, jint handle, T** out) {
     return true;
 }
 
+// `owner`: the handle of the environment the object belongs to (it goes with it), or 0.
 template <class T>
-jint Register(T* object, Kind kind, bool embedded = false) {
-    return Handles().add(static_cast<typename HandleType<T>::Stored*>(object), kind, embedded);
+jint Register(T* object, Kind kind, bool embedded = false, jint owner = 0) {
+    return Handles().add(static_cast<typename HandleType<T>::Stored*>(object), kind, embedded,
+                         owner);
 }
 
 // Resolves a handle for destruction and releases it: an embedded object is refused (its owner
-// releases it), as are bad handles. True when the caller should now delete *out.
+// releases it), as are bad handles. Waits while a producer thread is working on the object. True
+// when the caller should now delete *out.
 template <class T>
 bool Unregister(const char* method, jint handle, T** out) {
     if (!Resolve(method, handle, out)) {
@@ -62,9 +72,66 @@ bool Unregister(const char* method, jint handle, T** out) {
         *out = nullptr;
         return false;
     }
+    uint32_t token;
+    if (Handles().hold(handle, true, &token) != HandleTable::Status::FOUND) {
+        // Destroyed by another thread meanwhile.
+        ReportBadHandle(method, handle, HandleTable::Status::UNKNOWN, kind,
+                        &HandleType<T>::Accepts);
+        *out = nullptr;
+        return false;
+    }
     Handles().remove(handle);
+    Handles().release(token);
     return true;
 }
+
+// Exclusive use of bitmaps and textures for the length of one call. Producer threads fill them
+// without the engine lock, so two calls never work on one at once: a call that meets a busy
+// object is refused with a line, unless it asks to wait (resets, which producers only delay).
+class Hold {
+  public:
+    Hold() = default;
+    ~Hold() {
+        for (int i = 0; i < count_; ++i) {
+            Handles().release(tokens_[i]);
+        }
+    }
+    Hold(const Hold&) = delete;
+    Hold& operator=(const Hold&) = delete;
+
+    // Resolve, then hold: false, with a line, for a bad handle or a busy object.
+    template <class T>
+    bool take(const char* method, jint handle, T** out, bool wait = false) {
+        if (!Resolve(method, handle, out)) {
+            return false;
+        }
+        for (int i = 0; i < count_; ++i) {
+            if (handles_[i] == handle) {
+                return true;
+            }
+        }
+        uint32_t token;
+        const HandleTable::Status status = Handles().hold(handle, wait, &token);
+        if (status != HandleTable::Status::FOUND || count_ == kMaximum) {
+            if (status == HandleTable::Status::FOUND) {
+                Handles().release(token);
+            }
+            ReportBusy(method, handle, status);
+            *out = nullptr;
+            return false;
+        }
+        tokens_[count_] = token;
+        handles_[count_++] = handle;
+        return true;
+    }
+
+  private:
+    static void ReportBusy(const char* method, jint handle, HandleTable::Status status);
+    static constexpr int kMaximum = 3;
+    uint32_t tokens_[kMaximum] = {};
+    jint handles_[kMaximum] = {};
+    int count_ = 0;
+};
 
 // Java colour and alpha ints: only the low 8 bits count (256 is 0, -1 is 255).
 inline unsigned char LowByte(jint value) {

@@ -3,6 +3,9 @@
 // converts the Java values, calls one engine operation and passes its result back.
 #include <jni.h>
 
+#include <utility>
+#include <vector>
+
 #include "core/Accounting.h"
 #include "core/Vector.h"
 #include "gl/Context.h"
@@ -29,10 +32,10 @@ using namespace kesto::jni;
 
 namespace {
 
-// Registers a new object, or deletes it again when the table has no room.
+// Registers a new object of environment `owner`, or deletes it again when the table has no room.
 template <class T>
-jint Publish(T* object, Kind kind) {
-    const jint handle = Register(object, kind);
+jint Publish(T* object, Kind kind, jint owner) {
+    const jint handle = Register(object, kind, false, owner);
     if (handle == 0) {
         KLOGE("handle table full");
         DeleteObject(object);
@@ -42,8 +45,8 @@ jint Publish(T* object, Kind kind) {
 
 // Nodes know their handle so that hit tests can report it.
 template <class T>
-jint PublishNode(T* node, Kind kind) {
-    const jint handle = Publish(node, kind);
+jint PublishNode(T* node, Kind kind, jint owner) {
+    const jint handle = Publish(node, kind, owner);
     if (handle != 0) {
         node->bindingHandle = handle;
     }
@@ -80,6 +83,7 @@ jclass g_surfaceClass = nullptr;
 
 KESTO_NATIVE(jint, InitEnvironmentWithConfig)
 (JNIEnv* env, jclass, jint red, jint green, jint blue, jint alpha) {
+    const auto engine = LockEngine();
     if (!AndroidBitmapInfoGetter::InitBitmapJNIInfo(env)) {
         KLOGE("InitBitmapJNIInfo NG");
         return 0;
@@ -90,15 +94,63 @@ KESTO_NATIVE(jint, InitEnvironmentWithConfig)
         return 0;
     }
     environment->init(red, green, blue, alpha);
-    return Publish(environment, Kind::ENVIRONMENT);
+    return Publish(environment, Kind::ENVIRONMENT, 0);
 }
 
 KESTO_NATIVE(jint, InitEnvironment)(JNIEnv* env, jclass type) {
+    const auto engine = LockEngine();
     return Java_com_xol_kesto2_Kesto2_InitEnvironmentWithConfig(env, type, 5, 6, 5, 0);
 }
 
+KESTO_NATIVE(void, DestroyWindow)(JNIEnv*, jclass, jint handle);
+KESTO_NATIVE(void, DestroySceneNode)(JNIEnv*, jclass, jint handle);
+KESTO_NATIVE(void, DestroyScene)(JNIEnv*, jclass, jint handle);
+KESTO_NATIVE(void, DestroyBitmap)(JNIEnv*, jclass, jint handle);
+KESTO_NATIVE(void, DestroyTexture)(JNIEnv*, jclass, jint handle);
+KESTO_NATIVE(void, DestroyContext)(JNIEnv*, jclass, jint handle);
+
+namespace {
+
+// What the app left alive goes with its environment, each object the way its own Destroy call
+// would take it: users before what they use, though the links would survive any order.
+void DestroyLeftovers(jint environment) {
+    const std::vector<std::pair<jint, Kind>> owned = Handles().ownedBy(environment);
+    if (owned.empty()) {
+        return;
+    }
+    KLOGE("DeinitEnvironment - %d objects of environment %d are still alive: destroyed with it",
+          static_cast<int>(owned.size()), environment);
+    using Destroy = void (*)(JNIEnv*, jclass, jint);
+    static const struct {
+        Kind kind;
+        Destroy destroy;
+    } kOrder[] = {{Kind::WINDOW, Java_com_xol_kesto2_Kesto2_DestroyWindow},
+                  {Kind::SPRITE, Java_com_xol_kesto2_Kesto2_DestroySceneNode},
+                  {Kind::BLUR_SPRITE, Java_com_xol_kesto2_Kesto2_DestroySceneNode},
+                  {Kind::SCISSOR, Java_com_xol_kesto2_Kesto2_DestroySceneNode},
+                  {Kind::SCENE_NODE, Java_com_xol_kesto2_Kesto2_DestroySceneNode},
+                  {Kind::SCENE, Java_com_xol_kesto2_Kesto2_DestroyScene},
+                  {Kind::BITMAP, Java_com_xol_kesto2_Kesto2_DestroyBitmap},
+                  {Kind::TEXTURE, Java_com_xol_kesto2_Kesto2_DestroyTexture},
+                  {Kind::CONTEXT, Java_com_xol_kesto2_Kesto2_DestroyContext}};
+    for (const auto& step : kOrder) {
+        for (const auto& [handle, kind] : owned) {
+            if (kind == step.kind) {
+                step.destroy(nullptr, nullptr, handle);
+            }
+        }
+    }
+}
+
+}  // namespace
+
 KESTO_NATIVE(void, DeinitEnvironment)(JNIEnv*, jclass, jint handle) {
+    const auto engine = LockEngine();
     Environment* environment;
+    if (!Resolve(__func__, handle, &environment)) {
+        return;
+    }
+    DestroyLeftovers(handle);
     if (Unregister(__func__, handle, &environment)) {
         environment->deinit();
         DeleteObject(environment);
@@ -106,6 +158,7 @@ KESTO_NATIVE(void, DeinitEnvironment)(JNIEnv*, jclass, jint handle) {
 }
 
 KESTO_NATIVE(void, Environment_1LogStatus)(JNIEnv*, jclass, jint handle) {
+    const auto engine = LockEngine();
     Environment* environment;
     if (Resolve(__func__, handle, &environment)) {
         environment->LogResourceCount();
@@ -114,6 +167,7 @@ KESTO_NATIVE(void, Environment_1LogStatus)(JNIEnv*, jclass, jint handle) {
 
 KESTO_NATIVE(jint, CreateContext)
 (JNIEnv*, jclass, jint environmentHandle, jint red, jint green, jint blue, jint alpha) {
+    const auto engine = LockEngine();
     Environment* environment;
     if (!Resolve(__func__, environmentHandle, &environment)) {
         return 0;
@@ -128,10 +182,11 @@ KESTO_NATIVE(jint, CreateContext)
         DeleteObject(context);
         return 0;
     }
-    return Publish(context, Kind::CONTEXT);
+    return Publish(context, Kind::CONTEXT, environmentHandle);
 }
 
 KESTO_NATIVE(void, DestroyContext)(JNIEnv*, jclass, jint handle) {
+    const auto engine = LockEngine();
     Context* context;
     if (Unregister(__func__, handle, &context)) {
         DeleteObject(context);
@@ -139,11 +194,13 @@ KESTO_NATIVE(void, DestroyContext)(JNIEnv*, jclass, jint handle) {
 }
 
 KESTO_NATIVE(jboolean, Context_1RunOnCurrentThread)(JNIEnv*, jclass, jint handle) {
+    const auto engine = LockEngine();
     Context* context;
     return Resolve(__func__, handle, &context) && context->runOnCurrentThread();
 }
 
 KESTO_NATIVE(jboolean, Context_1RemoveFromCurrentThread)(JNIEnv*, jclass, jint handle) {
+    const auto engine = LockEngine();
     Context* context;
     if (!Resolve(__func__, handle, &context)) {
         return JNI_FALSE;
@@ -156,13 +213,13 @@ KESTO_NATIVE(jboolean, Context_1RemoveFromCurrentThread)(JNIEnv*, jclass, jint h
 
 namespace {
 
-jint PublishWindow(Environment* environment, Context* context) {
+jint PublishWindow(Environment* environment, jint environmentHandle, Context* context) {
     Window* window = NewObject<Window>(environment, context);
     if (window == nullptr) {
         KLOGE("new Window NG");
         return 0;
     }
-    const jint handle = Publish(window, Kind::WINDOW);
+    const jint handle = Publish(window, Kind::WINDOW, environmentHandle);
     if (handle == 0) {
         return 0;
     }
@@ -174,6 +231,7 @@ jint PublishWindow(Environment* environment, Context* context) {
 }  // namespace
 
 KESTO_NATIVE(jint, CreateWindow)(JNIEnv*, jclass, jint environmentHandle) {
+    const auto engine = LockEngine();
     Environment* environment;
     if (!Resolve(__func__, environmentHandle, &environment)) {
         return 0;
@@ -183,21 +241,23 @@ KESTO_NATIVE(jint, CreateWindow)(JNIEnv*, jclass, jint environmentHandle) {
         KLOGE("CreateWindow NG - null default context");
         return 0;
     }
-    return PublishWindow(environment, context);
+    return PublishWindow(environment, environmentHandle, context);
 }
 
 KESTO_NATIVE(jint, CreateWindowByContext)
 (JNIEnv*, jclass, jint environmentHandle, jint contextHandle) {
+    const auto engine = LockEngine();
     Environment* environment;
     Context* context;
     if (!Resolve(__func__, environmentHandle, &environment) ||
         !Resolve(__func__, contextHandle, &context)) {
         return 0;
     }
-    return PublishWindow(environment, context);
+    return PublishWindow(environment, environmentHandle, context);
 }
 
 KESTO_NATIVE(void, DestroyWindow)(JNIEnv*, jclass, jint handle) {
+    const auto engine = LockEngine();
     Window* window;
     if (Unregister(__func__, handle, &window)) {
         DeleteObject(window);
@@ -206,6 +266,7 @@ KESTO_NATIVE(void, DestroyWindow)(JNIEnv*, jclass, jint handle) {
 
 KESTO_NATIVE(jboolean, Window_1BindSurface)
 (JNIEnv* env, jclass, jint handle, jobject surface, jint width, jint height) {
+    const auto engine = LockEngine();
     if (handle == 0 || surface == nullptr || width < 1 || height < 1) {
         return JNI_FALSE;
     }
@@ -237,6 +298,7 @@ KESTO_NATIVE(jboolean, Window_1BindSurface)
 }
 
 KESTO_NATIVE(void, Window_1UnbindSurface)(JNIEnv*, jclass, jint handle) {
+    const auto engine = LockEngine();
     Window* window;
     if (Resolve(__func__, handle, &window)) {
         window->unbindSurface();
@@ -245,6 +307,7 @@ KESTO_NATIVE(void, Window_1UnbindSurface)(JNIEnv*, jclass, jint handle) {
 
 KESTO_NATIVE(void, Window_1SetClearColor)
 (JNIEnv*, jclass, jint handle, jfloat r, jfloat g, jfloat b, jfloat a) {
+    const auto engine = LockEngine();
     Window* window;
     if (Resolve(__func__, handle, &window)) {
         window->setClearColor(r, g, b, a);
@@ -252,11 +315,13 @@ KESTO_NATIVE(void, Window_1SetClearColor)
 }
 
 KESTO_NATIVE(jint, Window_1GetDefaultViewport)(JNIEnv*, jclass, jint handle) {
+    const auto engine = LockEngine();
     Window* window;
     return Resolve(__func__, handle, &window) ? Handles().embedded(handle, 0) : 0;
 }
 
 KESTO_NATIVE(jboolean, Window_1Render)(JNIEnv*, jclass, jint handle) {
+    const auto engine = LockEngine();
     Window* window;
     if (!Resolve(__func__, handle, &window)) {
         return JNI_FALSE;
@@ -266,6 +331,7 @@ KESTO_NATIVE(jboolean, Window_1Render)(JNIEnv*, jclass, jint handle) {
 }
 
 KESTO_NATIVE(void, Window_1RenderWithoutPresent)(JNIEnv*, jclass, jint handle) {
+    const auto engine = LockEngine();
     Window* window;
     if (Resolve(__func__, handle, &window)) {
         window->render();
@@ -273,6 +339,7 @@ KESTO_NATIVE(void, Window_1RenderWithoutPresent)(JNIEnv*, jclass, jint handle) {
 }
 
 KESTO_NATIVE(jboolean, Window_1Present)(JNIEnv*, jclass, jint handle) {
+    const auto engine = LockEngine();
     Window* window;
     if (!Resolve(__func__, handle, &window)) {
         return JNI_FALSE;
@@ -282,6 +349,7 @@ KESTO_NATIVE(jboolean, Window_1Present)(JNIEnv*, jclass, jint handle) {
 
 KESTO_NATIVE(void, Window_1SetShowFrameInfoThreshold)
 (JNIEnv*, jclass, jint handle, jint threshold) {
+    const auto engine = LockEngine();
     Window* window;
     if (Resolve(__func__, handle, &window)) {
         window->showFrameInfoThreshold = threshold;
@@ -289,6 +357,7 @@ KESTO_NATIVE(void, Window_1SetShowFrameInfoThreshold)
 }
 
 KESTO_NATIVE(jint, Window_1HitTest)(JNIEnv*, jclass, jint handle, jint x, jint y) {
+    const auto engine = LockEngine();
     Window* window;
     SceneNode* hit = nullptr;
     if (!Resolve(__func__, handle, &window) ||
@@ -300,6 +369,7 @@ KESTO_NATIVE(jint, Window_1HitTest)(JNIEnv*, jclass, jint handle, jint x, jint y
 
 KESTO_NATIVE(jboolean, Window_1QuerySceneNodeOriginPositionOnViewport)
 (JNIEnv*, jclass, jint windowHandle, jint viewportHandle, jint nodeHandle) {
+    const auto engine = LockEngine();
     // A failed query leaves this sentinel for the getters.
     g_OutputVector = Vector(9999.9f, 9999.9f, 0.0f);
     Window* window;
@@ -315,6 +385,7 @@ KESTO_NATIVE(jboolean, Window_1QuerySceneNodeOriginPositionOnViewport)
 }
 
 KESTO_NATIVE(void, Viewport_1LinkCamera)(JNIEnv*, jclass, jint viewportHandle, jint cameraHandle) {
+    const auto engine = LockEngine();
     Viewport* viewport;
     Camera* camera;
     if (Resolve(__func__, viewportHandle, &viewport) && Resolve(__func__, cameraHandle, &camera)) {
@@ -325,6 +396,7 @@ KESTO_NATIVE(void, Viewport_1LinkCamera)(JNIEnv*, jclass, jint viewportHandle, j
 // --- Scenes, nodes and cameras -----------------------------------------------------------------
 
 KESTO_NATIVE(jint, CreateScene)(JNIEnv*, jclass, jint environmentHandle) {
+    const auto engine = LockEngine();
     Environment* environment;
     if (!Resolve(__func__, environmentHandle, &environment)) {
         return 0;
@@ -334,7 +406,7 @@ KESTO_NATIVE(jint, CreateScene)(JNIEnv*, jclass, jint environmentHandle) {
         KLOGE("new Scene NG");
         return 0;
     }
-    const jint handle = Publish(scene, Kind::SCENE);
+    const jint handle = Publish(scene, Kind::SCENE, environmentHandle);
     if (handle != 0) {
         const jint root = Register(&scene->rootNode, Kind::SCENE_NODE, true);
         const jint camera = Register<SceneNode>(&scene->defaultCamera, Kind::CAMERA, true);
@@ -347,6 +419,7 @@ KESTO_NATIVE(jint, CreateScene)(JNIEnv*, jclass, jint environmentHandle) {
 }
 
 KESTO_NATIVE(void, DestroyScene)(JNIEnv*, jclass, jint handle) {
+    const auto engine = LockEngine();
     Scene* scene;
     if (Unregister(__func__, handle, &scene)) {
         DeleteObject(scene);
@@ -354,16 +427,19 @@ KESTO_NATIVE(void, DestroyScene)(JNIEnv*, jclass, jint handle) {
 }
 
 KESTO_NATIVE(jint, Scene_1GetDefaultCamera)(JNIEnv*, jclass, jint handle) {
+    const auto engine = LockEngine();
     Scene* scene;
     return Resolve(__func__, handle, &scene) ? Handles().embedded(handle, 1) : 0;
 }
 
 KESTO_NATIVE(jint, Scene_1GetRootNode)(JNIEnv*, jclass, jint handle) {
+    const auto engine = LockEngine();
     Scene* scene;
     return Resolve(__func__, handle, &scene) ? Handles().embedded(handle, 0) : 0;
 }
 
 KESTO_NATIVE(jint, CreateSceneNode)(JNIEnv*, jclass, jint environmentHandle) {
+    const auto engine = LockEngine();
     Environment* environment;
     if (!Resolve(__func__, environmentHandle, &environment)) {
         return 0;
@@ -373,7 +449,7 @@ KESTO_NATIVE(jint, CreateSceneNode)(JNIEnv*, jclass, jint environmentHandle) {
         KLOGE("new SceneNode NG");
         return 0;
     }
-    return PublishNode(node, Kind::SCENE_NODE);
+    return PublishNode(node, Kind::SCENE_NODE, environmentHandle);
 }
 
 namespace {
@@ -389,19 +465,24 @@ void DestroyNode(const char* method, jint handle) {
 }  // namespace
 
 KESTO_NATIVE(void, DestroySceneNode)(JNIEnv*, jclass, jint handle) {
+    const auto engine = LockEngine();
     DestroyNode(__func__, handle);
 }
 KESTO_NATIVE(void, DestroySprite)(JNIEnv*, jclass, jint handle) {
+    const auto engine = LockEngine();
     DestroyNode(__func__, handle);
 }
 KESTO_NATIVE(void, DestroyScissor)(JNIEnv*, jclass, jint handle) {
+    const auto engine = LockEngine();
     DestroyNode(__func__, handle);
 }
 KESTO_NATIVE(void, DestroyBlurSprite)(JNIEnv*, jclass, jint handle) {
+    const auto engine = LockEngine();
     DestroyNode(__func__, handle);
 }
 
 KESTO_NATIVE(jboolean, SceneNode_1AddChild)(JNIEnv*, jclass, jint parentHandle, jint childHandle) {
+    const auto engine = LockEngine();
     SceneNode* parent;
     SceneNode* child;
     return Resolve(__func__, parentHandle, &parent) && Resolve(__func__, childHandle, &child) &&
@@ -409,6 +490,7 @@ KESTO_NATIVE(jboolean, SceneNode_1AddChild)(JNIEnv*, jclass, jint parentHandle, 
 }
 
 KESTO_NATIVE(void, SceneNode_1RemoveChild)(JNIEnv*, jclass, jint parentHandle, jint childHandle) {
+    const auto engine = LockEngine();
     SceneNode* parent;
     SceneNode* child;
     if (Resolve(__func__, parentHandle, &parent) && Resolve(__func__, childHandle, &child)) {
@@ -417,6 +499,7 @@ KESTO_NATIVE(void, SceneNode_1RemoveChild)(JNIEnv*, jclass, jint parentHandle, j
 }
 
 KESTO_NATIVE(void, SceneNode_1SetVisible)(JNIEnv*, jclass, jint handle, jboolean visible) {
+    const auto engine = LockEngine();
     SceneNode* node;
     if (Resolve(__func__, handle, &node)) {
         node->setVisible(IsTrue(visible));
@@ -424,11 +507,13 @@ KESTO_NATIVE(void, SceneNode_1SetVisible)(JNIEnv*, jclass, jint handle, jboolean
 }
 
 KESTO_NATIVE(jboolean, SceneNode_1GetVisible)(JNIEnv*, jclass, jint handle) {
+    const auto engine = LockEngine();
     SceneNode* node;
     return Resolve(__func__, handle, &node) && node->getVisible();
 }
 
 KESTO_NATIVE(void, SceneNode_1SetChildrenRenderOrderMode)(JNIEnv*, jclass, jint handle, jint mode) {
+    const auto engine = LockEngine();
     SceneNode* node;
     if (Resolve(__func__, handle, &node)) {
         node->setChildrenRenderOrderMode(mode);
@@ -436,11 +521,13 @@ KESTO_NATIVE(void, SceneNode_1SetChildrenRenderOrderMode)(JNIEnv*, jclass, jint 
 }
 
 KESTO_NATIVE(jint, SceneNode_1GetChildrenRenderOrderMode)(JNIEnv*, jclass, jint handle) {
+    const auto engine = LockEngine();
     SceneNode* node;
     return Resolve(__func__, handle, &node) ? node->getChildrenRenderOrderMode() : 0;
 }
 
 KESTO_NATIVE(void, SceneNode_1SetRenderOrder)(JNIEnv*, jclass, jint handle, jint order) {
+    const auto engine = LockEngine();
     SceneNode* node;
     if (Resolve(__func__, handle, &node)) {
         node->setRenderOrder(order);
@@ -448,12 +535,14 @@ KESTO_NATIVE(void, SceneNode_1SetRenderOrder)(JNIEnv*, jclass, jint handle, jint
 }
 
 KESTO_NATIVE(jint, SceneNode_1GetRenderOrder)(JNIEnv*, jclass, jint handle) {
+    const auto engine = LockEngine();
     SceneNode* node;
     return Resolve(__func__, handle, &node) ? node->getRenderOrder() : 0;
 }
 
 KESTO_NATIVE(void, SceneNode_1SetScale)
 (JNIEnv*, jclass, jint handle, jfloat x, jfloat y, jfloat z) {
+    const auto engine = LockEngine();
     SceneNode* node;
     if (Resolve(__func__, handle, &node)) {
         node->setScale(Vector(x, y, z));
@@ -462,6 +551,7 @@ KESTO_NATIVE(void, SceneNode_1SetScale)
 
 KESTO_NATIVE(void, SceneNode_1SetRotate)
 (JNIEnv*, jclass, jint handle, jfloat x, jfloat y, jfloat z) {
+    const auto engine = LockEngine();
     SceneNode* node;
     if (Resolve(__func__, handle, &node)) {
         node->setRotate(Vector(x, y, z));
@@ -470,6 +560,7 @@ KESTO_NATIVE(void, SceneNode_1SetRotate)
 
 KESTO_NATIVE(void, SceneNode_1SetPosition)
 (JNIEnv*, jclass, jint handle, jfloat x, jfloat y, jfloat z) {
+    const auto engine = LockEngine();
     SceneNode* node;
     if (Resolve(__func__, handle, &node)) {
         node->setPosition(Vector(x, y, z));
@@ -477,6 +568,7 @@ KESTO_NATIVE(void, SceneNode_1SetPosition)
 }
 
 KESTO_NATIVE(void, SceneNode_1SetGroupAlpha)(JNIEnv*, jclass, jint handle, jfloat alpha) {
+    const auto engine = LockEngine();
     SceneNode* node;
     if (Resolve(__func__, handle, &node)) {
         node->setGroupAlpha(alpha);
@@ -484,6 +576,7 @@ KESTO_NATIVE(void, SceneNode_1SetGroupAlpha)(JNIEnv*, jclass, jint handle, jfloa
 }
 
 KESTO_NATIVE(void, SceneNode_1SetUserData)(JNIEnv*, jclass, jint handle, jint value) {
+    const auto engine = LockEngine();
     SceneNode* node;
     if (Resolve(__func__, handle, &node)) {
         node->userData = value;
@@ -491,11 +584,13 @@ KESTO_NATIVE(void, SceneNode_1SetUserData)(JNIEnv*, jclass, jint handle, jint va
 }
 
 KESTO_NATIVE(jint, SceneNode_1GetUserData)(JNIEnv*, jclass, jint handle) {
+    const auto engine = LockEngine();
     SceneNode* node;
     return Resolve(__func__, handle, &node) ? node->userData : 0;
 }
 
 KESTO_NATIVE(void, SceneNode_1SetUserFlag)(JNIEnv*, jclass, jint handle, jint value) {
+    const auto engine = LockEngine();
     SceneNode* node;
     if (Resolve(__func__, handle, &node)) {
         node->userFlag = value;
@@ -503,12 +598,14 @@ KESTO_NATIVE(void, SceneNode_1SetUserFlag)(JNIEnv*, jclass, jint handle, jint va
 }
 
 KESTO_NATIVE(jint, SceneNode_1GetUserFlag)(JNIEnv*, jclass, jint handle) {
+    const auto engine = LockEngine();
     SceneNode* node;
     return Resolve(__func__, handle, &node) ? node->userFlag : 0;
 }
 
 KESTO_NATIVE(jboolean, SceneNode_1AddPartialSceneRenderFlag)
 (JNIEnv*, jclass, jint handle, jint flag, jboolean recursive) {
+    const auto engine = LockEngine();
     if (handle == 0) {
         KLOGE("SceneNode_SetPartialSceneRenderFlag NG - node is null");
         return JNI_FALSE;
@@ -523,6 +620,7 @@ KESTO_NATIVE(jboolean, SceneNode_1AddPartialSceneRenderFlag)
 
 KESTO_NATIVE(jboolean, SceneNode_1RemovePartialSceneRenderFlag)
 (JNIEnv*, jclass, jint handle, jint flag, jboolean recursive) {
+    const auto engine = LockEngine();
     if (handle == 0) {
         KLOGE("SceneNode_RemovePartialSceneRenderFlag NG - node is null");
         return JNI_FALSE;
@@ -537,6 +635,7 @@ KESTO_NATIVE(jboolean, SceneNode_1RemovePartialSceneRenderFlag)
 
 KESTO_NATIVE(void, Camera_12DIsometricSetup)
 (JNIEnv*, jclass, jint handle, jfloat fov, jfloat zNear, jfloat zFar) {
+    const auto engine = LockEngine();
     Camera* camera;
     if (Resolve(__func__, handle, &camera)) {
         camera->usePerspectiveProjectionH(fov, zNear, zFar);
@@ -547,6 +646,7 @@ KESTO_NATIVE(void, Camera_12DIsometricSetup)
 
 KESTO_NATIVE(jint, CreateSpriteWithConfig)
 (JNIEnv*, jclass, jint environmentHandle, jint layersCount, jboolean layerZeroOnTop) {
+    const auto engine = LockEngine();
     Environment* environment;
     if (!Resolve(__func__, environmentHandle, &environment)) {
         return 0;
@@ -568,16 +668,18 @@ KESTO_NATIVE(jint, CreateSpriteWithConfig)
         DeleteObject(sprite);
         return 0;
     }
-    return PublishNode(sprite, Kind::SPRITE);
+    return PublishNode(sprite, Kind::SPRITE, environmentHandle);
 }
 
 KESTO_NATIVE(jint, CreateSprite)
 (JNIEnv* env, jclass type, jint environmentHandle, jint layersCount) {
+    const auto engine = LockEngine();
     return Java_com_xol_kesto2_Kesto2_CreateSpriteWithConfig(env, type, environmentHandle,
                                                              layersCount, JNI_TRUE);
 }
 
 KESTO_NATIVE(jint, CreateBlurSprite)(JNIEnv*, jclass, jint environmentHandle) {
+    const auto engine = LockEngine();
     if (environmentHandle == 0) {
         KLOGE("BlurSprite_CreateBlurSprite NG - environment %d", 0);
         return 0;
@@ -596,11 +698,12 @@ KESTO_NATIVE(jint, CreateBlurSprite)(JNIEnv*, jclass, jint environmentHandle) {
         DeleteObject(sprite);
         return 0;
     }
-    return PublishNode(sprite, Kind::BLUR_SPRITE);
+    return PublishNode(sprite, Kind::BLUR_SPRITE, environmentHandle);
 }
 
 KESTO_NATIVE(jboolean, BlurSprite_1SetTexture)
 (JNIEnv*, jclass, jint spriteHandle, jint contextHandle, jint textureHandle, jfloat maxBlur) {
+    const auto engine = LockEngine();
     const int64_t start = uptimeMillis();
     if (contextHandle == 0 || spriteHandle == 0 || textureHandle == 0 || !(maxBlur > 0.0f)) {
         KLOGE("BlurSprite_SetTexture NG context%d, sprite%d, texture%d, maxBlur:%f", contextHandle,
@@ -621,6 +724,7 @@ KESTO_NATIVE(jboolean, BlurSprite_1SetTexture)
 
 KESTO_NATIVE(jboolean, BlurSprite_1SetBlurParameter)
 (JNIEnv*, jclass, jint spriteHandle, jint contextHandle, jfloat blur) {
+    const auto engine = LockEngine();
     if (spriteHandle == 0 || contextHandle == 0) {
         KLOGE("BlurSprite_SetBlurParameter NG context%d, sprite%d", contextHandle, spriteHandle);
         return JNI_FALSE;
@@ -634,6 +738,7 @@ KESTO_NATIVE(jboolean, BlurSprite_1SetBlurParameter)
 KESTO_NATIVE(jboolean, Sprite_1SetupGeometry)
 (JNIEnv*, jclass, jint handle, jint layer, jfloat width, jfloat height, jfloat anchorX,
  jfloat anchorY, jfloat anchorZ) {
+    const auto engine = LockEngine();
     Sprite* sprite;
     if (!Resolve(__func__, handle, &sprite)) {
         return JNI_FALSE;
@@ -644,6 +749,7 @@ KESTO_NATIVE(jboolean, Sprite_1SetupGeometry)
 
 KESTO_NATIVE(jboolean, Sprite_1SetTexture)
 (JNIEnv*, jclass, jint handle, jint layer, jint index, jint textureHandle) {
+    const auto engine = LockEngine();
     Sprite* sprite;
     Texture* texture = nullptr;
     if (!Resolve(__func__, handle, &sprite)) {
@@ -667,6 +773,7 @@ KESTO_NATIVE(jboolean, Sprite_1SetTexture)
 
 KESTO_NATIVE(jboolean, Sprite_1SetTextureCoordinatesBy2P)
 (JNIEnv*, jclass, jint handle, jint layer, jfloat u1, jfloat v1, jfloat u2, jfloat v2) {
+    const auto engine = LockEngine();
     Sprite* sprite;
     if (!Resolve(__func__, handle, &sprite)) {
         return JNI_FALSE;
@@ -678,6 +785,7 @@ KESTO_NATIVE(jboolean, Sprite_1SetTextureCoordinatesBy2P)
 KESTO_NATIVE(jboolean, Sprite_1SetTextureCoordinatesBy4P)
 (JNIEnv*, jclass, jint handle, jint layer, jfloat u1, jfloat v1, jfloat u2, jfloat v2, jfloat u3,
  jfloat v3, jfloat u4, jfloat v4) {
+    const auto engine = LockEngine();
     Sprite* sprite;
     if (!Resolve(__func__, handle, &sprite)) {
         return JNI_FALSE;
@@ -689,6 +797,7 @@ KESTO_NATIVE(jboolean, Sprite_1SetTextureCoordinatesBy4P)
 
 KESTO_NATIVE(void, Sprite_1SetLayerVisible)
 (JNIEnv*, jclass, jint handle, jint layer, jboolean value) {
+    const auto engine = LockEngine();
     Sprite* sprite;
     Mesh* mesh;
     if (Resolve(__func__, handle, &sprite) &&
@@ -699,6 +808,7 @@ KESTO_NATIVE(void, Sprite_1SetLayerVisible)
 
 KESTO_NATIVE(void, Sprite_1SetLayerRenderable)
 (JNIEnv*, jclass, jint handle, jint layer, jboolean value) {
+    const auto engine = LockEngine();
     Sprite* sprite;
     Mesh* mesh;
     if (Resolve(__func__, handle, &sprite) &&
@@ -710,6 +820,7 @@ KESTO_NATIVE(void, Sprite_1SetLayerRenderable)
 
 KESTO_NATIVE(void, Sprite_1SetLayerTouchable)
 (JNIEnv*, jclass, jint handle, jint layer, jboolean value) {
+    const auto engine = LockEngine();
     Sprite* sprite;
     Mesh* mesh;
     if (Resolve(__func__, handle, &sprite) &&
@@ -721,6 +832,7 @@ KESTO_NATIVE(void, Sprite_1SetLayerTouchable)
 
 KESTO_NATIVE(void, Sprite_1SetColor)
 (JNIEnv*, jclass, jint handle, jint layer, jint r, jint g, jint b) {
+    const auto engine = LockEngine();
     Sprite* sprite;
     Material* material;
     if (Resolve(__func__, handle, &sprite) &&
@@ -731,6 +843,7 @@ KESTO_NATIVE(void, Sprite_1SetColor)
 }
 
 KESTO_NATIVE(void, Sprite_1SetAlpha)(JNIEnv*, jclass, jint handle, jint layer, jint alpha) {
+    const auto engine = LockEngine();
     Sprite* sprite;
     Material* material;
     if (Resolve(__func__, handle, &sprite) &&
@@ -742,6 +855,7 @@ KESTO_NATIVE(void, Sprite_1SetAlpha)(JNIEnv*, jclass, jint handle, jint layer, j
 
 KESTO_NATIVE(void, Sprite_1SetRGBOperation)
 (JNIEnv*, jclass, jint handle, jint layer, jint operation) {
+    const auto engine = LockEngine();
     Sprite* sprite;
     Material* material;
     if (Resolve(__func__, handle, &sprite) &&
@@ -753,6 +867,7 @@ KESTO_NATIVE(void, Sprite_1SetRGBOperation)
 
 KESTO_NATIVE(void, Sprite_1EnableColorBlending)
 (JNIEnv*, jclass, jint handle, jint layer, jboolean enabled) {
+    const auto engine = LockEngine();
     Sprite* sprite;
     Material* material;
     if (Resolve(__func__, handle, &sprite) &&
@@ -763,6 +878,7 @@ KESTO_NATIVE(void, Sprite_1EnableColorBlending)
 }
 
 KESTO_NATIVE(void, Sprite_1SetTouchable)(JNIEnv*, jclass, jint handle, jboolean touchable) {
+    const auto engine = LockEngine();
     Sprite* sprite;
     if (Resolve(__func__, handle, &sprite)) {
         sprite->touchable = IsTrue(touchable);
@@ -770,6 +886,7 @@ KESTO_NATIVE(void, Sprite_1SetTouchable)(JNIEnv*, jclass, jint handle, jboolean 
 }
 
 KESTO_NATIVE(jint, CreateScissor)(JNIEnv*, jclass, jint environmentHandle) {
+    const auto engine = LockEngine();
     Environment* environment;
     if (!Resolve(__func__, environmentHandle, &environment)) {
         return 0;
@@ -779,20 +896,33 @@ KESTO_NATIVE(jint, CreateScissor)(JNIEnv*, jclass, jint environmentHandle) {
         KLOGE("new Scissor NG");
         return 0;
     }
-    return PublishNode(scissor, Kind::SCISSOR);
+    return PublishNode(scissor, Kind::SCISSOR, environmentHandle);
 }
 
 KESTO_NATIVE(void, Scissor_1SetArea)
 (JNIEnv*, jclass, jint handle, jint x, jint y, jint width, jint height) {
+    const auto engine = LockEngine();
     Scissor* scissor;
-    if (Resolve(__func__, handle, &scissor)) {
-        scissor->setArea(x, y, width, height);
+    if (!Resolve(__func__, handle, &scissor)) {
+        return;
     }
+    // GL takes no negative sizes, and nothing beyond this limit can be on a screen.
+    constexpr jint kLimit = 1 << 24;
+    if (width < 0 || height < 0 || x < -kLimit || x > kLimit || y < -kLimit || y > kLimit ||
+        width > kLimit || height > kLimit) {
+        KLOGE(
+            "Scissor_SetArea NG - area (%d, %d, %d, %d) has a negative size or a value beyond "
+            "+-%d",
+            x, y, width, height, kLimit);
+        return;
+    }
+    scissor->setArea(x, y, width, height);
 }
 
 // --- Bitmap objects and the output vector ------------------------------------------------------
 
 KESTO_NATIVE(jint, CreateBitmap)(JNIEnv*, jclass, jint environmentHandle) {
+    const auto engine = LockEngine();
     // A bitmap needs no environment; one given must be real.
     Environment* environment = nullptr;
     if (environmentHandle != 0 && !Resolve(__func__, environmentHandle, &environment)) {
@@ -803,10 +933,11 @@ KESTO_NATIVE(jint, CreateBitmap)(JNIEnv*, jclass, jint environmentHandle) {
         KLOGE("new Bitmap NG");
         return 0;
     }
-    return Publish(bitmap, Kind::BITMAP);
+    return Publish(bitmap, Kind::BITMAP, environmentHandle);
 }
 
 KESTO_NATIVE(void, DestroyBitmap)(JNIEnv*, jclass, jint handle) {
+    const auto engine = LockEngine();
     Bitmap* bitmap;
     if (Unregister(__func__, handle, &bitmap)) {
         DeleteObject(bitmap);
@@ -814,11 +945,14 @@ KESTO_NATIVE(void, DestroyBitmap)(JNIEnv*, jclass, jint handle) {
 }
 
 KESTO_NATIVE(jfloat, getOutputVectorX)(JNIEnv*, jclass) {
+    const auto engine = LockEngine();
     return g_OutputVector.x;
 }
 KESTO_NATIVE(jfloat, getOutputVectorY)(JNIEnv*, jclass) {
+    const auto engine = LockEngine();
     return g_OutputVector.y;
 }
 KESTO_NATIVE(jfloat, getOutputVectorZ)(JNIEnv*, jclass) {
+    const auto engine = LockEngine();
     return g_OutputVector.z;
 }

@@ -1,6 +1,7 @@
 #include "jni/HandleTable.h"
 
 #include <new>
+#include <thread>
 
 namespace kesto::jni {
 
@@ -50,10 +51,11 @@ HandleTable::~HandleTable() {
     }
 }
 
-jint HandleTable::add(void* object, Kind kind, bool embedded) {
+jint HandleTable::add(void* object, Kind kind, bool embedded, jint owner) {
     std::lock_guard<std::mutex> guard(lock_);
     uint32_t index;
-    if (!freeSlots_.empty()) {
+    // A full table still takes slots from quarantine.
+    if (freeSlots_.size() > kQuarantine || (!freeSlots_.empty() && nextFresh_ > kIndexMask - 1)) {
         index = freeSlots_.front();
         freeSlots_.pop_front();
     } else {
@@ -75,6 +77,7 @@ jint HandleTable::add(void* object, Kind kind, bool embedded) {
     const uint32_t generation = GenerationOf(slot->tag.load(std::memory_order_relaxed));
     slot->embedded[0].store(0, std::memory_order_relaxed);
     slot->embedded[1].store(0, std::memory_order_relaxed);
+    slot->owner.store(owner, std::memory_order_relaxed);
     slot->object.store(object, std::memory_order_relaxed);
     slot->tag.store((generation << kGenerationShift) | (embedded ? kEmbeddedBit : 0) |
                         static_cast<uint32_t>(kind),
@@ -143,6 +146,54 @@ jint HandleTable::embedded(jint owner, int index) const {
         return 0;
     }
     return slot->embedded[index].load(std::memory_order_acquire);
+}
+
+HandleTable::Status HandleTable::hold(jint handle, bool wait, uint32_t* token) {
+    *token = 0;
+    uint32_t tag;
+    Slot* slot = const_cast<Slot*>(slotOf(handle, &tag));
+    if (slot == nullptr) {
+        return Status::UNKNOWN;
+    }
+    uint32_t expected = 0;
+    while (!slot->held.compare_exchange_weak(expected, 1, std::memory_order_acquire,
+                                             std::memory_order_relaxed)) {
+        if (expected != 0 && !wait) {
+            return Status::BUSY;
+        }
+        expected = 0;
+        std::this_thread::yield();
+    }
+    // Released while we waited: whoever destroyed it held the slot until the handle was gone.
+    if (slot->tag.load(std::memory_order_acquire) != tag) {
+        slot->held.store(0, std::memory_order_release);
+        return Status::UNKNOWN;
+    }
+    *token = static_cast<uint32_t>(handle) >> 2 & kIndexMask;
+    return Status::FOUND;
+}
+
+void HandleTable::release(uint32_t token) {
+    if (Slot* slot = token != 0 ? slotAt(token - 1) : nullptr) {
+        slot->held.store(0, std::memory_order_release);
+    }
+}
+
+std::vector<std::pair<jint, Kind>> HandleTable::ownedBy(jint owner) {
+    std::vector<std::pair<jint, Kind>> owned;
+    if (owner == 0) {
+        return owned;
+    }
+    std::lock_guard<std::mutex> guard(lock_);
+    for (uint32_t index = 0; index < nextFresh_; ++index) {
+        const Slot* slot = slotAt(index);
+        const uint32_t tag = slot->tag.load(std::memory_order_acquire);
+        if (KindOf(tag) != Kind::NONE && (tag & kEmbeddedBit) == 0 &&
+            slot->owner.load(std::memory_order_relaxed) == owner) {
+            owned.emplace_back(MakeHandle(index, GenerationOf(tag)), KindOf(tag));
+        }
+    }
+    return owned;
 }
 
 HandleTable::Status HandleTable::find(jint handle, bool (*accepts)(Kind), void** object, Kind* kind,

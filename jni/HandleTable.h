@@ -1,7 +1,10 @@
 // Handles for engine objects crossing the Java boundary. A jint cannot hold a 64-bit address, so
 // objects are registered here and Java holds their handles: positive, non-zero multiples of 4
 // (the "texture handle + 1" tag of Bitmap_Set stays unambiguous), each carrying the slot's
-// generation so that a stale handle is refused rather than aliased to a newer object.
+// generation so that a stale handle is refused rather than aliased to a newer object. A freed slot
+// rests in quarantine behind kQuarantine others before it is reused, so a destroyed handle stays
+// refused for at least kQuarantine << kGenerationBits (over a million) create/destroy cycles,
+// however few objects are alive.
 //
 // Lookups run on render and producer threads without a lock; registering and releasing take a
 // mutex. Slots live in pages that are never freed, so a lookup never touches freed memory.
@@ -14,6 +17,8 @@
 #include <deque>
 #include <initializer_list>
 #include <mutex>
+#include <utility>
+#include <vector>
 
 namespace kesto {
 
@@ -86,16 +91,17 @@ KESTO_HANDLE_TYPE(NativeBitmap, NativeBitmap, Kind::NATIVE_BITMAP);
 
 class HandleTable {
   public:
-    enum class Status { FOUND, NONE, UNKNOWN, WRONG_KIND };
+    enum class Status { FOUND, NONE, UNKNOWN, WRONG_KIND, BUSY };
 
     static constexpr int kIndexBits = 20;
     static constexpr int kGenerationBits = 9;
     static constexpr int kPageBits = 10;
     static constexpr int kPageSize = 1 << kPageBits;
     static constexpr int kPageCount = 1 << (kIndexBits - kPageBits);
+    static constexpr size_t kQuarantine = 2048;
 
-    // 0 when the table is full.
-    jint add(void* object, Kind kind, bool embedded);
+    // 0 when the table is full. `owner` is the environment handle the object belongs to, or 0.
+    jint add(void* object, Kind kind, bool embedded, jint owner = 0);
     // Releases a handle and the embedded handles recorded for it.
     void remove(jint handle);
     // An owner's embedded objects (a window's viewport, a scene's root node and camera).
@@ -106,6 +112,13 @@ class HandleTable {
     // `embedded` whether the object belongs to another one.
     Status find(jint handle, bool (*accepts)(Kind), void** object, Kind* kind,
                 bool* embedded) const;
+    // Exclusive use of a live object by one call at a time. FOUND with a token for release();
+    // UNKNOWN when the handle is not live; BUSY when another call holds it and `wait` is false
+    // (with `wait`, the caller yields until it is free).
+    Status hold(jint handle, bool wait, uint32_t* token);
+    void release(uint32_t token);
+    // The live, not embedded handles belonging to `owner`, with their kinds.
+    std::vector<std::pair<jint, Kind>> ownedBy(jint owner);
     // Number of live handles, embedded ones included.
     int32_t liveCount() const { return live_.load(std::memory_order_relaxed); }
 
@@ -115,6 +128,8 @@ class HandleTable {
         // Kind in bits 0-7 (0: free), embedded flag in bit 8, generation from bit 9.
         std::atomic<uint32_t> tag{0};
         std::atomic<jint> embedded[2] = {};
+        std::atomic<jint> owner{0};
+        std::atomic<uint32_t> held{0};
     };
 
     Slot* slotAt(uint32_t index) const;
@@ -123,8 +138,8 @@ class HandleTable {
     std::atomic<Slot*> pages_[kPageCount] = {};
     std::atomic<int32_t> live_{0};
 
-    // Registration state. Freed slots are reused oldest first, which keeps a stale handle from
-    // meeting its slot's next generation for as long as possible.
+    // Registration state. Freed slots are reused oldest first, and only once kQuarantine others
+    // wait behind them.
     std::mutex lock_;
     std::deque<uint32_t> freeSlots_;
     uint32_t nextFresh_ = 0;

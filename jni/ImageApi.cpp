@@ -53,7 +53,8 @@ KESTO_NATIVE(jboolean, Bitmap_1Set)(JNIEnv* env, jclass type, jint handle, jobje
         return JNI_FALSE;
     }
     Bitmap* bitmap;
-    if (!Resolve(__func__, handle, &bitmap)) {
+    Hold hold;
+    if (!hold.take(__func__, handle, &bitmap)) {
         return JNI_FALSE;
     }
     AndroidBitmapInfoGetter getter;
@@ -82,7 +83,8 @@ KESTO_NATIVE(jboolean, Bitmap_1SetAndConvert)
 (JNIEnv* env, jclass, jint handle, jobject javaBitmap, jint pixelFormat, jint width, jint height,
  jint edges) {
     Bitmap* bitmap;
-    if (javaBitmap == nullptr || !Resolve(__func__, handle, &bitmap)) {
+    Hold hold;
+    if (javaBitmap == nullptr || !hold.take(__func__, handle, &bitmap)) {
         return JNI_FALSE;
     }
     AndroidBitmapInfoGetter getter;
@@ -149,6 +151,7 @@ KESTO_NATIVE(jboolean, Bitmap_1SetAndConvert)
 // --- Textures ----------------------------------------------------------------------------------
 
 KESTO_NATIVE(jint, CreateTexture)(JNIEnv*, jclass, jint environmentHandle) {
+    const auto engine = LockEngine();
     Environment* environment;
     if (!Resolve(__func__, environmentHandle, &environment)) {
         return 0;
@@ -163,7 +166,7 @@ KESTO_NATIVE(jint, CreateTexture)(JNIEnv*, jclass, jint environmentHandle) {
         DeleteObject(texture);
         return 0;
     }
-    const jint handle = Register(texture, Kind::TEXTURE);
+    const jint handle = Register(texture, Kind::TEXTURE, false, environmentHandle);
     if (handle == 0) {
         DeleteObject(texture);
     }
@@ -171,6 +174,7 @@ KESTO_NATIVE(jint, CreateTexture)(JNIEnv*, jclass, jint environmentHandle) {
 }
 
 KESTO_NATIVE(void, DestroyTexture)(JNIEnv*, jclass, jint handle) {
+    const auto engine = LockEngine();
     Texture* texture;
     if (Unregister(__func__, handle, &texture)) {
         DeleteObject(texture);
@@ -178,6 +182,7 @@ KESTO_NATIVE(void, DestroyTexture)(JNIEnv*, jclass, jint handle) {
 }
 
 KESTO_NATIVE(jint, Texture_1SetupOESTexture)(JNIEnv*, jclass, jint handle) {
+    const auto engine = LockEngine();
     KLOGI("Kesto2_Texture_1SetupOESTexture+");
     Texture* texture;
     return Resolve(__func__, handle, &texture) ? static_cast<jint>(texture->createOESTexture()) : 0;
@@ -187,6 +192,7 @@ KESTO_NATIVE(jboolean, Texture_1SetOESTextureTransform)
 (JNIEnv*, jclass, jint handle, jfloat m0, jfloat m1, jfloat m2, jfloat m3, jfloat m4, jfloat m5,
  jfloat m6, jfloat m7, jfloat m8, jfloat m9, jfloat m10, jfloat m11, jfloat m12, jfloat m13,
  jfloat m14, jfloat m15) {
+    const auto engine = LockEngine();
     KLOGI("Kesto2_Texture_1SetOESTextureTransform+");
     Texture* texture;
     if (!Resolve(__func__, handle, &texture)) {
@@ -200,38 +206,52 @@ KESTO_NATIVE(jboolean, Texture_1SetOESTextureTransform)
 
 KESTO_NATIVE(jboolean, Texture_1SetupByBitmap)
 (JNIEnv*, jclass, jint textureHandle, jint bitmapHandle, jboolean swap) {
+    // Any thread, without the engine lock: the hand-over queue is the synchronisation. Holding
+    // both objects keeps a second producer and the texture's destruction or reset out meanwhile.
     Texture* texture;
     Bitmap* bitmap;
-    return Resolve(__func__, textureHandle, &texture) && Resolve(__func__, bitmapHandle, &bitmap) &&
+    Hold hold;
+    return hold.take(__func__, textureHandle, &texture) &&
+           hold.take(__func__, bitmapHandle, &bitmap) &&
            texture->setupByBitmap(bitmap, IsTrue(swap));
 }
 
 KESTO_NATIVE(jboolean, Texture_1SetupByBitmap_1InRenderThread)
 (JNIEnv*, jclass, jint textureHandle, jint bitmapHandle, jboolean swap) {
+    const auto engine = LockEngine();
     Texture* texture;
     Bitmap* bitmap;
-    return Resolve(__func__, textureHandle, &texture) && Resolve(__func__, bitmapHandle, &bitmap) &&
+    Hold hold;
+    return Resolve(__func__, textureHandle, &texture) &&
+           hold.take(__func__, bitmapHandle, &bitmap) &&
            texture->setupByBitmap_InRenderThread(bitmap, IsTrue(swap));
 }
 
 KESTO_NATIVE(jboolean, Texture_1SetupByNativeBitmap)
 (JNIEnv*, jclass, jint textureHandle, jint bitmapHandle, jboolean swap) {
+    const auto engine = LockEngine();
     Texture* texture;
     NativeBitmap* bitmap;
-    return Resolve(__func__, textureHandle, &texture) && Resolve(__func__, bitmapHandle, &bitmap) &&
+    Hold hold;
+    return Resolve(__func__, textureHandle, &texture) &&
+           hold.take(__func__, bitmapHandle, &bitmap) &&
            texture->setupByNativeBitmap(bitmap, IsTrue(swap));
 }
 
 KESTO_NATIVE(jboolean, Texture_1SetupByNativeBitmapAndRealize)
 (JNIEnv*, jclass, jint textureHandle, jint bitmapHandle) {
+    const auto engine = LockEngine();
     Texture* texture;
     NativeBitmap* bitmap;
-    return Resolve(__func__, textureHandle, &texture) && Resolve(__func__, bitmapHandle, &bitmap) &&
+    Hold hold;
+    return Resolve(__func__, textureHandle, &texture) &&
+           hold.take(__func__, bitmapHandle, &bitmap) &&
            texture->setupByRawBufferAndRealize(bitmap->getBitmapInfo());
 }
 
 KESTO_NATIVE(jboolean, Texture_1SetupByAndroidBitmapAndRealize)
 (JNIEnv* env, jclass, jint handle, jobject javaBitmap) {
+    const auto engine = LockEngine();
     Texture* texture;
     if (javaBitmap == nullptr || !Resolve(__func__, handle, &texture)) {
         return JNI_FALSE;
@@ -258,11 +278,13 @@ KESTO_NATIVE(jboolean, Texture_1SetupByAndroidBitmapAndRealize)
 }
 
 KESTO_NATIVE(jboolean, Texture_1Realize)(JNIEnv*, jclass, jint handle) {
+    const auto engine = LockEngine();
     Texture* texture;
     return Resolve(__func__, handle, &texture) && texture->createRenderTexture();
 }
 
 KESTO_NATIVE(void, Texture_1RecordInfo)(JNIEnv*, jclass, jint handle, jint index, jint value) {
+    const auto engine = LockEngine();
     Texture* texture;
     if (!Resolve(__func__, handle, &texture)) {
         return;
@@ -275,6 +297,7 @@ KESTO_NATIVE(void, Texture_1RecordInfo)(JNIEnv*, jclass, jint handle, jint index
 }
 
 KESTO_NATIVE(jint, Texture_1QueryInfo)(JNIEnv*, jclass, jint handle, jint index) {
+    const auto engine = LockEngine();
     Texture* texture;
     if (!Resolve(__func__, handle, &texture)) {
         return 0;
@@ -288,8 +311,11 @@ KESTO_NATIVE(jint, Texture_1QueryInfo)(JNIEnv*, jclass, jint handle, jint index)
 
 KESTO_NATIVE(jboolean, Texture_1RealizeBlankTexture)
 (JNIEnv*, jclass, jint handle, jint pixelFormat, jint width, jint height) {
+    const auto engine = LockEngine();
     Texture* texture = nullptr;
-    if (handle != 0 && !Resolve(__func__, handle, &texture)) {
+    // The queue is set up anew: a producer queuing into it is waited for.
+    Hold hold;
+    if (handle != 0 && !hold.take(__func__, handle, &texture, true)) {
         return JNI_FALSE;
     }
     // Sizes the packed size slots cannot hold, or whose byte count overflows, are refused here,
@@ -310,6 +336,7 @@ KESTO_NATIVE(jboolean, Texture_1RealizeBlankTexture)
 KESTO_NATIVE(jboolean, Texture_1RealizeSubTexture)
 (JNIEnv* env, jclass, jint handle, jint desX, jint desY, jobject javaBitmap, jint srcX, jint srcY,
  jint srcWidth, jint srcHeight) {
+    const auto engine = LockEngine();
     Texture* texture = nullptr;
     if (handle != 0 && !Resolve(__func__, handle, &texture)) {
         return JNI_FALSE;
@@ -422,6 +449,7 @@ void FillStrip(Bitmap* strip, uint32_t pixel) {
 KESTO_NATIVE(jboolean, Texture_1RealizeBorder)
 (JNIEnv*, jclass, jint handle, jint x, jint y, jint width, jint height, jint thickness,
  jint color) {
+    const auto engine = LockEngine();
     Texture* texture = nullptr;
     if (handle != 0 && !Resolve(__func__, handle, &texture)) {
         return JNI_FALSE;
@@ -489,6 +517,7 @@ KESTO_NATIVE(jboolean, Texture_1RealizeBorder)
 
 KESTO_NATIVE(jobject, Window_1NativeGetSnapshot)
 (JNIEnv* env, jclass, jint handle, jint x, jint y, jint width, jint height) {
+    const auto engine = LockEngine();
     const int64_t start = uptimeMillis();
     if (handle == 0) {
         KLOGE("Window_GetSnapshot: window is null");
@@ -580,6 +609,7 @@ KESTO_NATIVE(jobject, Window_1NativeGetSnapshot)
 KESTO_NATIVE(jboolean, Window_1NativeRenderPartialSceneToTexture)
 (JNIEnv*, jclass, jint windowHandle, jint textureHandle, jint part, jint x, jint y, jint width,
  jint height, jboolean flag) {
+    const auto engine = LockEngine();
     const int64_t start = uptimeMillis();
     if (windowHandle == 0) {
         KLOGE("Window_RenderPartialSceneToTexture: window is null");
@@ -612,6 +642,7 @@ KESTO_NATIVE(jboolean, Window_1NativeRenderPartialSceneToTexture)
 KESTO_NATIVE(jboolean, Window_1NativeRenderOESTextureToTexture)
 (JNIEnv*, jclass, jint windowHandle, jint sourceHandle, jint targetHandle, jfloat left, jfloat top,
  jfloat right, jfloat bottom) {
+    const auto engine = LockEngine();
     const int64_t start = uptimeMillis();
     const struct {
         jint handle;

@@ -29,9 +29,11 @@ LogTag g_untagged{nullptr, {LOG_MASK_UNREAD}};
         }                                                                 \
     } while (0)
 
-NativeBitmap* Find(const char* method, jint handle) {
+// Held for the rest of the call: native bitmaps are filled on worker threads without the engine
+// lock, and one bitmap in two calls at once is refused.
+NativeBitmap* Find(Hold& hold, const char* method, jint handle) {
     NativeBitmap* bitmap = nullptr;
-    Resolve(method, handle, &bitmap);
+    hold.take(method, handle, &bitmap);
     return bitmap;
 }
 
@@ -65,42 +67,49 @@ JNIEXPORT void JNICALL Native_destroyBitmap(JNIEnv*, jobject, jint handle) {
 }
 
 JNIEXPORT void JNICALL Native_clearBitmap(JNIEnv*, jobject, jint handle) {
-    if (NativeBitmap* bitmap = Find(__func__, handle)) {
+    Hold hold;
+    if (NativeBitmap* bitmap = Find(hold, __func__, handle)) {
         bitmap->free();
     }
 }
 
 JNIEXPORT void JNICALL Native_swapBitmap(JNIEnv*, jobject, jint a, jint b) {
-    NativeBitmap* first = Find(__func__, a);
-    NativeBitmap* second = first != nullptr ? Find(__func__, b) : nullptr;
+    Hold hold;
+    NativeBitmap* first = Find(hold, __func__, a);
+    NativeBitmap* second = first != nullptr ? Find(hold, __func__, b) : nullptr;
     if (second != nullptr) {
         first->swapBitmap(second);
     }
 }
 
 JNIEXPORT jboolean JNICALL Native_copyFromBitmap(JNIEnv*, jobject, jint destination, jint source) {
-    NativeBitmap* to = Find(__func__, destination);
-    NativeBitmap* from = to != nullptr ? Find(__func__, source) : nullptr;
+    Hold hold;
+    NativeBitmap* to = Find(hold, __func__, destination);
+    NativeBitmap* from = to != nullptr ? Find(hold, __func__, source) : nullptr;
     return from != nullptr && to->copyFrom(*from);
 }
 
 JNIEXPORT jint JNICALL Native_getBitmapWidth(JNIEnv*, jobject, jint handle) {
-    NativeBitmap* bitmap = Find(__func__, handle);
+    Hold hold;
+    NativeBitmap* bitmap = Find(hold, __func__, handle);
     return bitmap != nullptr ? bitmap->width : 0;
 }
 
 JNIEXPORT jint JNICALL Native_getBitmapHeight(JNIEnv*, jobject, jint handle) {
-    NativeBitmap* bitmap = Find(__func__, handle);
+    Hold hold;
+    NativeBitmap* bitmap = Find(hold, __func__, handle);
     return bitmap != nullptr ? bitmap->height : 0;
 }
 
 JNIEXPORT jint JNICALL Native_getBitmapBufferBytes(JNIEnv*, jobject, jint handle) {
-    NativeBitmap* bitmap = Find(__func__, handle);
+    Hold hold;
+    NativeBitmap* bitmap = Find(hold, __func__, handle);
     return bitmap != nullptr ? bitmap->bufferBytes : 0;
 }
 
 JNIEXPORT jbyteArray JNICALL Native_getBitmapBuffer(JNIEnv* env, jobject, jint handle) {
-    NativeBitmap* bitmap = Find(__func__, handle);
+    Hold hold;
+    NativeBitmap* bitmap = Find(hold, __func__, handle);
     if (bitmap == nullptr || bitmap->bufferBytes == 0 || bitmap->buffer == nullptr) {
         return nullptr;
     }
@@ -117,11 +126,12 @@ JNIEXPORT jbyteArray JNICALL Native_getBitmapBuffer(JNIEnv* env, jobject, jint h
 // The destination is a native address passed as 32 bits; a 64-bit process zero-extends it.
 JNIEXPORT jboolean JNICALL Native_copyBitmapBuffer(JNIEnv*, jobject, jint handle, jint destination,
                                                    jint length) {
+    Hold hold;
     if (handle == 0) {
         KLOGE_UNTAGGED("[NativeBitmap][Native_getBitmapBuffer] bitmap handle is 0");
         return JNI_FALSE;
     }
-    NativeBitmap* bitmap = Find(__func__, handle);
+    NativeBitmap* bitmap = Find(hold, __func__, handle);
     if (bitmap == nullptr) {
         return JNI_FALSE;
     }
@@ -146,7 +156,8 @@ JNIEXPORT jboolean JNICALL Native_copyBitmapBuffer(JNIEnv*, jobject, jint handle
 // even-rounded rows (the rules of setBitmap).
 JNIEXPORT jboolean JNICALL Native_setBitmap(JNIEnv* env, jobject, jint handle, jint pixelFormat,
                                             jint width, jint height, jbyteArray pixels) {
-    NativeBitmap* bitmap = Find(__func__, handle);
+    Hold hold;
+    NativeBitmap* bitmap = Find(hold, __func__, handle);
     if (bitmap == nullptr || pixels == nullptr) {
         return JNI_FALSE;
     }

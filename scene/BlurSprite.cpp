@@ -33,6 +33,11 @@ bool BlurSprite::setTexture(Context* context, Texture* source, float maximum) {
               static_cast<void*>(source), maximum);
         return false;
     }
+    if (maximum > kMaximumBlur) {
+        KLOGE("setTexture NG - maxBlur %f above the limit %f", maximum,
+              static_cast<double>(kMaximumBlur));
+        return false;
+    }
     if (!createBufferTexture(context, source, maximum)) {
         KLOGE("setTexture NG - createBufferTexture failed");
         return false;
@@ -70,6 +75,7 @@ bool BlurSprite::createBufferTexture(Context* context, Texture* source, float ma
     material->setShaderProgram(blurProgram);
     material->clearUniformVariable();
     bufferTextures[0] = source;
+    sourceTexture = source;
 
     float width = static_cast<float>(source->textureWidth());
     float height = static_cast<float>(source->textureHeight());
@@ -160,6 +166,10 @@ bool BlurSprite::setBlurParameter(Context* context, float blur) {
         return false;
     }
     Texture* texture = bufferTextures[index];
+    if (texture == nullptr) {
+        KLOGE("setBlurParameter NG - the source texture was destroyed");
+        return false;
+    }
     if (!material->setTexture(0, texture)) {
         KLOGE("setBlurParameter NG - setTexture");
         return false;
@@ -190,6 +200,7 @@ void BlurSprite::destroyBufferTexture() {
     bufferTextureNum = 0;
     maxBlur = 0.0f;
     bufferTextures = nullptr;
+    sourceTexture = nullptr;
     Material* material = getLayerMaterial(0);
     if (material == nullptr) {
         KLOGE("destroyBufferTexture NG - no material");

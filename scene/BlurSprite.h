@@ -3,19 +3,32 @@
 // a texture of the chain and a sampling step, without rendering.
 #pragma once
 
+#include "core/Link.h"
+#include "image/Texture.h"
 #include "scene/Sprite.h"
 
 namespace kesto {
 
 class Context;
-class Texture;
 
 class BlurSprite : public Sprite {
+  private:
+    void sourceGoing() {
+        if (bufferTextures != nullptr) {
+            bufferTextures[0] = nullptr;
+        }
+    }
+
   public:
+    // Each level past the second halves the texture: 16 halvings take the largest texture to
+    // one pixel, so a larger maximum only costs memory (and overflows the level count).
+    static constexpr float kMaximumBlur = 48.0f;
+
     float maxBlur = 0.0f;
     int32_t bufferTextureNum = 0;
-    // Element 0 is the source (not owned); the rest are owned.
+    // Element 0 is the source (not owned, null once it is destroyed); the rest are owned.
     Texture** bufferTextures = nullptr;
+    WatchedLink<Texture, BlurSprite, &BlurSprite::sourceGoing> sourceTexture{this};
 
     explicit BlurSprite(Environment* env) : Sprite(env) {}
     ~BlurSprite() override { deinit(); }

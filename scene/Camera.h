@@ -3,13 +3,15 @@
 // in pixels around the viewport centre and still get true perspective.
 #pragma once
 
+#include "core/Link.h"
 #include "scene/SceneNode.h"
 
 namespace kesto {
 
 class Scene;
 
-class Camera : public SceneNode {
+// Viewports link to cameras; a destroyed camera (with its scene) unlinks them.
+class Camera : public SceneNode, public LinkTarget {
   public:
     Scene* scene;
     // Degrees across the viewport height.

@@ -7,12 +7,12 @@
 
 #include <cstdint>
 
+#include "core/Link.h"
 #include "core/List.h"
+#include "image/Texture.h"
+#include "shader/ShaderProgram.h"
 
 namespace kesto {
-
-class ShaderProgram;
-class Texture;
 
 class Material {
   public:
@@ -31,12 +31,13 @@ class Material {
     float green = 0.27f;
     float blue = 0.27f;
     float alpha = 1.0f;
-    Texture* texture = nullptr;  // slot 0, not owned
+    Link<Texture> texture;  // slot 0, not owned; null once the texture is destroyed
     // 1: the colour tints the texture; anything else: textured meshes are drawn in white.
     int32_t rgbOperation = 0;
     // Kept for callers; drawing does not consult it.
     bool enableColorBlending = true;
-    ShaderProgram* shaderProgram = nullptr;  // not owned; null picks a built-in program
+    // Not owned; null picks a built-in program, also once the program's context is gone.
+    Link<ShaderProgram> shaderProgram;
     List<uniformVariableData> uniformVariables;
 
     Material() = default;
@@ -47,7 +48,7 @@ class Material {
     void setColor(unsigned char r, unsigned char g, unsigned char b);
     void setAlpha(unsigned char a);
     bool setTexture(int index, Texture* slotTexture);
-    Texture* getTexture(int index) const { return index == 0 ? texture : nullptr; }
+    Texture* getTexture(int index) const { return index == 0 ? texture.get() : nullptr; }
     void setRGBOperation(int operation) { rgbOperation = operation; }
     void setEnableColorBlending(bool enabled) { enableColorBlending = enabled; }
     void setShaderProgram(ShaderProgram* program) { shaderProgram = program; }

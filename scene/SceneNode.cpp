@@ -137,6 +137,14 @@ bool SceneNode::addChild(SceneNode* child, bool atFront) {
         KLOGE("addChild NG - child already has parent");
         return false;
     }
+    // A node under itself or under one of its descendants would make the tree a loop that every
+    // walk follows forever.
+    for (const SceneNode* ancestor = this; ancestor != nullptr; ancestor = ancestor->parent) {
+        if (ancestor == child) {
+            KLOGE("addChild NG - the child is this node or one of its ancestors");
+            return false;
+        }
+    }
     const bool added = atFront ? children.push_front(child) : children.push_back(child);
     if (!added) {
         KLOGE("addChild NG - children.push_front 0");

@@ -88,7 +88,11 @@ bool VertexBuffer::bindGLBuffer(Context* context) {
 
 void VertexBuffer::unbindGLBuffer() {
     if (glBuffer != 0) {
-        glDeleteBuffers(1, &glBuffer);
+        // Another context may use the same name for a buffer of its own; the copy's own context
+        // frees it with itself.
+        if (_glResourceContext == nullptr || _glResourceContext->isCurrent()) {
+            glDeleteBuffers(1, &glBuffer);
+        }
         glBuffer = 0;
         CountDown(environment->glArrayBufferCount);
         if (_glResourceContext == nullptr) {

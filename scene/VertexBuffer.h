@@ -7,11 +7,12 @@
 #include <cstddef>
 #include <cstdint>
 
+#include "core/Link.h"
 #include "core/Vector.h"
+#include "gl/Context.h"
 
 namespace kesto {
 
-class Context;
 class Environment;
 
 class VertexBuffer {
@@ -30,7 +31,13 @@ class VertexBuffer {
     uint32_t bufferSize = 0;
     uint8_t* buffer = nullptr;
     GLuint glBuffer = 0;
-    Context* _glResourceContext = nullptr;
+
+  private:
+    // The GL copy lives in this context; its names mean nothing in another one.
+    void contextGoing() { unbindGLBuffer(); }
+
+  public:
+    WatchedLink<Context, VertexBuffer, &VertexBuffer::contextGoing> _glResourceContext{this};
 
     explicit VertexBuffer(Environment* env) : environment(env) {}
     ~VertexBuffer() { freeBuffer(); }

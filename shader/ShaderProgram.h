@@ -10,12 +10,14 @@
 #include <atomic>
 #include <cstdint>
 
+#include "core/Link.h"
 #include "core/Matrix.h"
 #include "shader/Shader.h"
 
 namespace kesto {
 
-class ShaderProgram {
+// Materials link to programs; a destroyed program unlinks them.
+class ShaderProgram : public LinkTarget {
   public:
     static std::atomic<int32_t> ProgramsCount;
     static std::atomic<int32_t> GLProgramsCount;

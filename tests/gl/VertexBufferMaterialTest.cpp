@@ -110,11 +110,14 @@ TEST_F(MaterialTest, DefaultsAndPlainSetters) {
     EXPECT_EQ(1.0f, material.red);
     EXPECT_EQ(static_cast<float>(128 / 255.0), material.green);
     EXPECT_EQ(0.0f, material.blue);
-    Texture* fake = reinterpret_cast<Texture*>(0x40);
-    EXPECT_TRUE(material.setTexture(0, fake));
-    EXPECT_FALSE(material.setTexture(1, nullptr));
-    EXPECT_EQ(fake, material.getTexture(0));
-    EXPECT_EQ(nullptr, material.getTexture(1));
+    {
+        Texture texture(nullptr);
+        EXPECT_TRUE(material.setTexture(0, &texture));
+        EXPECT_FALSE(material.setTexture(1, nullptr));
+        EXPECT_EQ(&texture, material.getTexture(0));
+        EXPECT_EQ(nullptr, material.getTexture(1));
+    }
+    EXPECT_EQ(nullptr, material.getTexture(0)) << "a destroyed texture unlinks itself";
 }
 
 TEST_F(MaterialTest, UniformVariablesKeepTheirShape) {

@@ -4,8 +4,10 @@ import android.view.Surface;
 
 /**
  * The engine's native interface. Every engine object is an int handle; 0 means none or failure.
- * Objects live from their Create call to their Destroy call; destroy children and dependants
- * before the objects they use, and everything before {@link #DeinitEnvironment}.
+ * Objects live from their Create call to their Destroy call. Destroying dependants before the
+ * objects they use is the natural order, but any order is safe: users of a destroyed object are
+ * unlinked, and {@link #DeinitEnvironment} destroys whatever of its environment is still alive.
+ * Calls may come from any thread; they are serialised (the README's "Safety" section says how).
  *
  * <p>Methods that render, present, build blur chains or touch sprite geometry need the relevant
  * context current on the calling thread ({@link #Context_RunOnCurrentThread}).
