@@ -150,5 +150,42 @@ TEST(HandleTableTest, LookupsRaceRegistrationAndRelease) {
     EXPECT_EQ(kObjects, table.liveCount());
 }
 
+// A producer holding an object while the owner destroys it: the destroy waits for the hold, and
+// no hold succeeds once the handle is gone. A use after the delete would be a race (TSan) or a
+// use after free.
+TEST(HandleTableTest, HoldsKeepObjectsAliveUntilReleased) {
+    HandleTable table;
+    long uses = 0;
+    for (int round = 0; round < 200; ++round) {
+        auto* object = new int(0);
+        const jint handle = table.add(object, Kind::TEXTURE, false);
+        std::atomic<bool> started{false};
+        std::thread producer([&] {
+            uint32_t token;
+            for (HandleTable::Status status = HandleTable::Status::FOUND;
+                 status != HandleTable::Status::UNKNOWN;) {
+                status = table.hold(handle, false, &token);
+                if (status == HandleTable::Status::FOUND) {
+                    ++*object;
+                    table.release(token);
+                }
+                started = true;
+            }
+        });
+        while (!started) {
+            std::this_thread::yield();
+        }
+        uint32_t token;
+        ASSERT_EQ(HandleTable::Status::FOUND, table.hold(handle, true, &token));
+        table.remove(handle);
+        table.release(token);
+        uses += *object;
+        delete object;
+        producer.join();
+    }
+    EXPECT_GT(uses, 0);
+    EXPECT_EQ(0, table.liveCount());
+}
+
 }  // namespace
 }  // namespace kesto::jni
