@@ -1,5 +1,8 @@
 #include "gl/Environment.h"
 
+#include <map>
+#include <mutex>
+
 #include "core/Accounting.h"
 #include "gl/Context.h"
 #include "image/Bitmap.h"
@@ -18,6 +21,24 @@ Environment::Counter Environment::eglContextCount{0};
 Environment::Counter Environment::eglContextRealCount{0};
 Environment::Counter Environment::eglSurfaceCount{0};
 Environment::Counter Environment::eglSurfaceRealCount{0};
+
+namespace {
+
+// EGL gives every environment of a process the same default display, and eglTerminate ends it
+// for all of them: the display is terminated when its last environment lets go. Returns the
+// number of environments using it after `change`.
+int ChangeDisplayUsers(EGLDisplay display, int change) {
+    static std::mutex lock;
+    static std::map<EGLDisplay, int>* users = new std::map<EGLDisplay, int>();
+    std::lock_guard<std::mutex> guard(lock);
+    const int count = (*users)[display] += change;
+    if (count <= 0) {
+        users->erase(display);
+    }
+    return count;
+}
+
+}  // namespace
 
 Environment::~Environment() {
     if (inited) {
@@ -42,6 +63,7 @@ bool Environment::init(int red, int green, int blue, int alpha) {
         deinit();
         return false;
     }
+    ChangeDisplayUsers(eglDisplay, 1);
     KLOGI("egl version: %d %d", major, minor);
     redSize = red;
     greenSize = green;
@@ -66,7 +88,7 @@ void Environment::deinit() {
             KLOGE("eglMakeCurrent NG %X", eglGetError());
         }
         CountDown(eglDisplayCount);
-        if (eglTerminate(eglDisplay)) {
+        if (ChangeDisplayUsers(eglDisplay, -1) > 0 || eglTerminate(eglDisplay)) {
             CountDown(eglDisplayRealCount);
         } else {
             KLOGE("eglTerminate NG %X", eglGetError());

@@ -1,5 +1,7 @@
 #include "gl/Viewport.h"
 
+#include <cstdint>
+
 #include "gl/Renderer.h"
 #include "platform/Log.h"
 #include "scene/Camera.h"
@@ -29,8 +31,9 @@ bool Viewport::hitTest(int width, int height, int x, int y, Vector* hitPosition,
     }
     const int halfWidth = width / 2;
     const int halfHeight = height / 2;
-    const float nx = static_cast<float>(x - halfWidth) / halfWidth;
-    const float ny = static_cast<float>(halfHeight - y) / halfHeight;
+    // In 64 bits: a point far off the window must not wrap around onto it.
+    const float nx = static_cast<float>(int64_t{x} - halfWidth) / halfWidth;
+    const float ny = static_cast<float>(int64_t{halfHeight} - y) / halfHeight;
     return camera->hitTest(width, height, nx, ny, hitPosition, hitNormal, hitDirection, hitNode);
 }
 

@@ -140,7 +140,7 @@ bool BlurSprite::createBufferTexture(Context* context, Texture* source, float ma
 
 bool BlurSprite::setBlurParameter(Context* context, float blur) {
     float x = blur > maxBlur ? maxBlur : blur;
-    if (x < 0.0f) {
+    if (!(x > 0.0f)) {  // NaN too: it would index the chain with garbage
         x = 0.0f;
     }
     const bool atMaximum = x == maxBlur;

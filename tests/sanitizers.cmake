@@ -71,6 +71,31 @@ if(KESTO_ASAN_TESTS)
     endforeach()
 endif()
 
+# --- The Java API fuzzer -------------------------------------------------------------------------
+# Random call sequences over every native (tests/jvm/com/xol/kesto2/fuzz), in a JVM that loads the
+# ASan+UBSan engine: its committed seeds, then new ones for a bounded time. The JVM keeps its own
+# signal handlers; leaks are for the counters and the LeakSanitizer sessions below.
+if(KESTO_ASAN_TESTS)
+    set(asan_jvm_dir ${CMAKE_CURRENT_BINARY_DIR}/asan-jvm)
+    add_custom_command(TARGET xolkesto2engine_asan POST_BUILD
+        COMMAND ${CMAKE_COMMAND} -E make_directory ${asan_jvm_dir}
+        COMMAND ${CMAKE_COMMAND} -E copy $<TARGET_FILE:xolkesto2engine_asan>
+                ${asan_jvm_dir}/libxolkesto2engine.so)
+    execute_process(COMMAND ${CMAKE_CXX_COMPILER} -print-file-name=libasan.so
+                    OUTPUT_VARIABLE asan_runtime OUTPUT_STRIP_TRAILING_WHITESPACE)
+    set(KESTO_API_FUZZ_SECONDS 60 CACHE STRING "Seconds of new sequences the API fuzzer runs in make test")
+    string(JOIN ":" asan_jvm_options handle_segv=0 handle_sigbus=0 handle_sigill=0 handle_sigfpe=0
+           allow_user_segv_handler=1 detect_leaks=0 halt_on_error=1)
+    add_test(NAME fuzz.api
+             COMMAND ${Java_JAVA_EXECUTABLE} -Xcheck:jni
+                     -Djava.library.path=${asan_jvm_dir}:${jvm_library_path} -cp ${jvm_class_path}
+                     com.xol.kesto2.fuzz.ApiFuzzer
+                     --seeds ${CMAKE_CURRENT_SOURCE_DIR}/fuzz/corpus/api/seeds.txt
+                     --seconds ${KESTO_API_FUZZ_SECONDS})
+    set_tests_properties(fuzz.api PROPERTIES LABELS "fuzz;asan;jvm" TIMEOUT 600
+        ENVIRONMENT "LD_PRELOAD=${asan_runtime};ASAN_OPTIONS=${asan_jvm_options};UBSAN_OPTIONS=print_stacktrace=1:halt_on_error=1")
+endif()
+
 # --- LeakSanitizer in the JVM -------------------------------------------------------------------
 # Every JUnit class again, each in a JVM with GCC's standalone LeakSanitizer runtime preloaded and
 # the ordinary engine library. lsan-jvm.sh fails a class when a leak's stack holds a frame of the
