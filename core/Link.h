@@ -45,7 +45,6 @@ class LinkTarget {
             }
         }
     }
-    bool linked() const { return links_ != nullptr; }
 
   protected:
     ~LinkTarget() { unlinkAll(); }
@@ -81,8 +80,6 @@ template <class T>
 class Link : public LinkBase {
   public:
     Link() = default;
-    explicit Link(T* target) { set(target); }
-    ~Link() = default;
     Link& operator=(T* target) {
         set(target);
         return *this;
