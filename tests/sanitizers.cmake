@@ -71,10 +71,14 @@ if(KESTO_ASAN_TESTS)
     endforeach()
 endif()
 
+# Preloaded into the JVM sessions below; see KeepLibrariesLoaded.cpp.
+add_library(kesto_keep_loaded SHARED ${kesto_sanitizer_dir}/KeepLibrariesLoaded.cpp)
+
 # --- The Java API fuzzer -------------------------------------------------------------------------
 # Random call sequences over every native (tests/jvm/com/xol/kesto2/fuzz), in a JVM that loads the
 # ASan+UBSan engine: its committed seeds, then new ones for a bounded time. The JVM keeps its own
-# signal handlers; leaks are for the counters and the LeakSanitizer sessions below.
+# signal handlers; leaks are for the counters and the LeakSanitizer sessions below. Mesa stays
+# loaded: every sequence ends its display, and reloading the driver would take most of the time.
 if(KESTO_ASAN_TESTS)
     set(asan_jvm_dir ${CMAKE_CURRENT_BINARY_DIR}/asan-jvm)
     add_custom_command(TARGET xolkesto2engine_asan POST_BUILD
@@ -93,7 +97,7 @@ if(KESTO_ASAN_TESTS)
                      --seeds ${CMAKE_CURRENT_SOURCE_DIR}/fuzz/corpus/api/seeds.txt
                      --seconds ${KESTO_API_FUZZ_SECONDS})
     set_tests_properties(fuzz.api PROPERTIES LABELS "fuzz;asan;jvm" TIMEOUT 600
-        ENVIRONMENT "LD_PRELOAD=${asan_runtime};ASAN_OPTIONS=${asan_jvm_options};UBSAN_OPTIONS=print_stacktrace=1:halt_on_error=1")
+        ENVIRONMENT "LD_PRELOAD=${asan_runtime}:$<TARGET_FILE:kesto_keep_loaded>;ASAN_OPTIONS=${asan_jvm_options};UBSAN_OPTIONS=print_stacktrace=1:halt_on_error=1")
 endif()
 
 # --- LeakSanitizer in the JVM -------------------------------------------------------------------
@@ -107,8 +111,6 @@ if(KESTO_LSAN_JVM_TESTS)
         message(WARNING "No liblsan.so.0 beside ${CMAKE_CXX_COMPILER}: JVM leak checks not run")
     else()
         get_filename_component(KESTO_LSAN_RUNTIME ${KESTO_LSAN_RUNTIME} REALPATH)
-        # Preloaded beside the runtime; see KeepLibrariesLoaded.cpp.
-        add_library(kesto_keep_loaded SHARED ${kesto_sanitizer_dir}/KeepLibrariesLoaded.cpp)
 
         string(REGEX REPLACE "([][.*+?^$(){}|\\])" "\\\\\\1" source_pattern ${PROJECT_SOURCE_DIR})
         string(JOIN "|" engine_dirs ${KESTO_SOURCE_DIRS} host)

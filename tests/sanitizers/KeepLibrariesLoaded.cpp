@@ -1,6 +1,6 @@
 // A dlclose that keeps every library mapped until exit. Linked into the AddressSanitizer test
 // programs (which export it, so it takes the place of libc's for every library) and preloaded
-// into the JVM sessions under LeakSanitizer.
+// into the JVM sessions under LeakSanitizer and the API fuzzer.
 //
 // Mesa loads its driver (and LLVM with it) on eglInitialize and unloads it on eglTerminate. What
 // the driver sets up once per load and keeps in its globals is then unreachable, and LeakSanitizer,
