@@ -57,6 +57,15 @@ bool FitsPackedSize(int width, int height) {
     return width <= kMaximumDimension && height <= kMaximumDimension;
 }
 
+// The packed size slots hold 16 bits a side.
+bool PackableSize(const char* what, int width, int height) {
+    if (FitsPackedSize(width, height)) {
+        return true;
+    }
+    KLOGE("%s NG - size %dx%d beyond the packed limit %d", what, width, height, kMaximumDimension);
+    return false;
+}
+
 // Phones stop at 2048 or 4096 texels; GL would refuse the upload without a word and the sprite
 // would draw black.
 bool FitsContext(int width, int height) {
@@ -115,7 +124,11 @@ void Texture::recordSize(int width, int height) {
 }
 
 bool Texture::setupByBitmap(Bitmap* bitmap, bool swap) {
-    if (bitmap == nullptr || !FitsPackedSize(bitmap->width, bitmap->height)) {
+    if (bitmap == nullptr || !PackableSize("setupByBitmap", bitmap->width, bitmap->height)) {
+        return false;
+    }
+    if (inputBitmapsQueue.items == nullptr) {
+        KLOGE("setupByBitmap NG - the texture's queue is not set up");
         return false;
     }
     auto* item = inputBitmapsQueue.pushBegin();
@@ -137,7 +150,8 @@ bool Texture::setupByBitmap(Bitmap* bitmap, bool swap) {
 }
 
 bool Texture::setupByBitmap_InRenderThread(Bitmap* bitmap, bool swap) {
-    if (bitmap == nullptr || !FitsPackedSize(bitmap->width, bitmap->height)) {
+    if (bitmap == nullptr ||
+        !PackableSize("setupByBitmap_InRenderThread", bitmap->width, bitmap->height)) {
         return false;
     }
     if (swap) {
@@ -151,7 +165,7 @@ bool Texture::setupByBitmap_InRenderThread(Bitmap* bitmap, bool swap) {
 }
 
 bool Texture::setupByNativeBitmap(NativeBitmap* bitmap, bool swap) {
-    if (bitmap == nullptr || !FitsPackedSize(bitmap->width, bitmap->height)) {
+    if (bitmap == nullptr || !PackableSize("setupByNativeBitmap", bitmap->width, bitmap->height)) {
         return false;
     }
     if (swap) {
@@ -289,7 +303,8 @@ bool Texture::realizeBlankTexture(int format, int width, int height) {
         KLOGE("realizeBlankTexture init NG");
         return false;
     }
-    if (!FitsContext(width, height)) {
+    // Sizes beyond the packed limit are named as such below.
+    if (FitsPackedSize(width, height) && !FitsContext(width, height)) {
         return false;
     }
     glGenTextures(1, &renderTextureHandle);
@@ -304,8 +319,14 @@ bool Texture::realizeBlankTexture(int format, int width, int height) {
     glPixelStorei(GL_UNPACK_ALIGNMENT, BytesPerPixel(format) == 4 ? 4 : 2);
     GLenum glFormat, glType;
     const int32_t bytes = BufferBytes(format, width, height);
-    if (!GlFormatOf(format, &glFormat, &glType) || bytes < 0 || !FitsPackedSize(width, height)) {
+    if (!GlFormatOf(format, &glFormat, &glType)) {
         KLOGE("Unsupported pixel format %08X", format);
+        destroyRenderTexture();
+        return false;
+    }
+    if (bytes < 0 || !FitsPackedSize(width, height)) {
+        KLOGE("realizeBlankTexture NG - size %dx%d beyond %d a side, or its byte count overflows",
+              width, height, kMaximumDimension);
         destroyRenderTexture();
         return false;
     }

@@ -93,7 +93,10 @@ KESTO_NATIVE(jint, InitEnvironmentWithConfig)
         KLOGE("new kestoEnvironment NG");
         return 0;
     }
-    environment->init(red, green, blue, alpha);
+    if (!environment->init(red, green, blue, alpha)) {
+        DeleteObject(environment);
+        return 0;
+    }
     return Publish(environment, Kind::ENVIRONMENT, 0);
 }
 

@@ -377,8 +377,9 @@ KESTO_NATIVE(jboolean, Texture_1RealizeSubTexture)
         // Whole rows: the texture reads straight from the Java bitmap.
         part.buffer = locked + static_cast<size_t>(srcY) * whole.scanlineBytes;
     } else {
-        copy = part.bufferBytes > 0 ? NewRawArray<uint8_t>(static_cast<size_t>(part.bufferBytes))
-                                    : nullptr;
+        // An unsupported format has no bytes: the empty copy then fails the validity check.
+        copy = part.bufferBytes >= 0 ? NewRawArray<uint8_t>(static_cast<size_t>(part.bufferBytes))
+                                     : nullptr;
         if (copy == nullptr) {
             KLOGE("Texture_RealizeSubTexture - new bitmap NG");
             getter.unlockBuffer(locked);
@@ -534,8 +535,7 @@ KESTO_NATIVE(jobject, Window_1NativeGetSnapshot)
     if (x == 0 && y == 0 && width == 0 && height == 0) {
         width = window->width;
         height = window->height;
-    }
-    if (x < 0 || y < 0 || width < 1 || height < 1) {
+    } else if (x < 0 || y < 0 || width < 1 || height < 1) {
         KLOGE("Window_GetSnapshot NG: (x, y, width, height) = (%d, %d, %d, %d)", x, y, width,
               height);
         return nullptr;
@@ -552,6 +552,11 @@ KESTO_NATIVE(jobject, Window_1NativeGetSnapshot)
     const bool rgb888 = context->redSize == 8 && context->greenSize == 8 && context->blueSize == 8;
     if (!rgb565 && !rgb888) {
         KLOGE("Window_GetSnapshot: only support RGB565, RGB888, RGBA8888");
+        return nullptr;
+    }
+    // The whole of a window without a surface has no pixels, so no pixel memory either.
+    if (width < 1 || height < 1) {
+        KLOGE("Window_GetSnapshot: dataptr = null");
         return nullptr;
     }
     const int bytesPerPixel = rgb565 ? 2 : 4;

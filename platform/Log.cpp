@@ -1,5 +1,7 @@
 #include "platform/Log.h"
 
+#include <dlfcn.h>
+
 #include <mutex>
 
 // Default when the device image has no mask initialiser of its own: errors, info and debug on.
@@ -10,13 +12,38 @@ extern "C" __attribute__((weak)) void __xollog_init_mask(const char* /*tag*/, in
 
 namespace kesto {
 
+namespace {
+
+using InitMask = void (*)(const char*, int, unsigned char*);
+
+bool InThisLibrary(const void* address) {
+    static const int kHere = 0;
+    Dl_info found{}, here{};
+    return dladdr(address, &found) != 0 && dladdr(&kHere, &here) != 0 &&
+           found.dli_fbase == here.dli_fbase;
+}
+
+// The dynamic linker binds the first definition in lookup order, which is our weak default
+// whenever the device's initialiser lives in a library loaded after this one: look past it.
+InitMask FindInitMask() {
+    void* found = dlsym(RTLD_DEFAULT, "__xollog_init_mask");
+    if (found == nullptr || InThisLibrary(found)) {
+        void* next = dlsym(RTLD_NEXT, "__xollog_init_mask");
+        found = next != nullptr ? next : found;
+    }
+    return found != nullptr ? reinterpret_cast<InitMask>(found) : &__xollog_init_mask;
+}
+
+}  // namespace
+
 unsigned char LogReadMask(LogTag& tag) {
     // Producer threads log too; the lock keeps the initialiser to one call per tag.
     static std::mutex lock;
     std::lock_guard<std::mutex> guard(lock);
     unsigned char mask = tag.mask.load(std::memory_order_relaxed);
     if (mask & LOG_MASK_UNREAD) {
-        __xollog_init_mask(tag.name, -1, &mask);
+        static const InitMask initMask = FindInitMask();
+        initMask(tag.name, -1, &mask);
         mask &= static_cast<unsigned char>(~LOG_MASK_UNREAD);
         tag.mask.store(mask, std::memory_order_release);
     }

@@ -234,6 +234,9 @@ TEST_F(TextureTest, SecondInitTearsDownAndOesTexturesKeepTheirTransform) {
     Bitmap any;
     FillUniform(&any, 1, 1, 0);
     EXPECT_FALSE(texture.setupByBitmap(&any, false)) << "no queue after the teardown";
+    EXPECT_TRUE(
+        log.has("KestoTexture", 'E', "setupByBitmap NG - the texture's queue is not set up"));
+    EXPECT_FALSE(log.has("KestoTEQ", 'E', "push begin when full"));
 }
 
 TEST_F(TextureTest, FailedUploadsStillReleaseTheNameTheyMade) {
@@ -247,7 +250,13 @@ TEST_F(TextureTest, FailedUploadsStillReleaseTheNameTheyMade) {
     EXPECT_FALSE(texture.createRenderTextureImpl(2, 2, 2, 2, 0x30000, 6, 12, pixels));
     EXPECT_TRUE(log.has("KestoTexture", 'E', "Unsupported pixel format 00030000"));
     EXPECT_EQ(before - 1, Texture::GLTexturesCount);
-    Texture::GLTexturesCount += 1;  // give the fixture's balance back
+    // A size the packed slots cannot hold is named as the problem, not the format.
+    EXPECT_FALSE(texture.realizeBlankTexture(PIXEL_FORMAT_RGBA8888, 0x10000, 1));
+    EXPECT_TRUE(log.has("KestoTexture", 'E',
+                        "realizeBlankTexture NG - size 65536x1 beyond 65535 a side, or its byte "
+                        "count overflows"));
+    EXPECT_EQ(before - 2, Texture::GLTexturesCount);
+    Texture::GLTexturesCount += 2;  // give the fixture's balance back
 }
 
 TEST(TextureSizeTest, PowerOfTwoDimensions) {

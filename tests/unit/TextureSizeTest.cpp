@@ -6,6 +6,7 @@
 #include "image/NativeBitmap.h"
 #include "image/Texture.h"
 #include "tests/support/Counters.h"
+#include "tests/support/LogCapture.h"
 
 namespace kesto {
 namespace {
@@ -54,8 +55,17 @@ TEST_F(TextureSizeTest, SizesBeyondSixteenBitsAreRefused) {
     ASSERT_TRUE(texture.init());
     Bitmap tooWide;
     ASSERT_TRUE(tooWide.allocateBitmap(PIXEL_FORMAT_RGB565, 0x10000, 1));
-    EXPECT_FALSE(texture.setupByBitmap(&tooWide, false));
-    EXPECT_FALSE(texture.setupByBitmap_InRenderThread(&tooWide, false));
+    {
+        test::LogCapture log;
+        EXPECT_FALSE(texture.setupByBitmap(&tooWide, false));
+        EXPECT_FALSE(texture.setupByBitmap_InRenderThread(&tooWide, false));
+        for (const char* call : {"setupByBitmap", "setupByBitmap_InRenderThread"}) {
+            EXPECT_TRUE(
+                log.has("KestoTexture", 'E',
+                        std::string(call) + " NG - size 65536x1 beyond the packed limit 65535"))
+                << call;
+        }
+    }
     EXPECT_EQ(0, texture.textureWidth());
     EXPECT_EQ(0, texture.textureHeight());
     texture.deinit();

@@ -90,6 +90,26 @@ public class BindingMessagesTest {
     }
 
     @Test
+    public void imageRefusalsNameTheirCause() {
+        int context = Kesto2.CreateContext(env, 8, 8, 8, 0);
+        assertTrue(Kesto2.Context_RunOnCurrentThread(context));
+        int window = Kesto2.CreateWindowByContext(env, context);
+        int texture = Kesto2.CreateTexture(env);
+        assertTrue(Kesto2.Texture_RealizeBlankTexture(texture, Kesto2.PIXEL_FORMAT_RGBA8888, 16, 16));
+        android.graphics.Bitmap unsupported =
+                android.graphics.Bitmap.createBitmap(4, 4, android.graphics.Bitmap.Config.ARGB_4444);
+        try (NativeLog log = new NativeLog()) {
+            assertEquals(null, Kesto2.Window_NativeGetSnapshot(window, 0, 0, 0, 0));  // no surface
+            assertFalse(Kesto2.Texture_RealizeSubTexture(texture, 0, 0, unsupported, 1, 0, 2, 2));
+            assertEquals(java.util.Arrays.asList("Window_GetSnapshot: dataptr = null",
+                    "Texture_RealizeSubTexture realizeSubTexture NG"), log.messages("KestoJNI"));
+        }
+        Kesto2.DestroyTexture(texture);
+        Kesto2.DestroyWindow(window);
+        Kesto2.DestroyContext(context);
+    }
+
+    @Test
     public void embeddedObjectsGoWithTheirOwner() {
         int scene = Kesto2.CreateScene(env);
         int root = Kesto2.Scene_GetRootNode(scene);
