@@ -277,6 +277,13 @@ KESTO_NATIVE(jboolean, Window_1BindSurface)
     if (!Resolve(__func__, handle, &window)) {
         return JNI_FALSE;
     }
+    // The size sets every frame's viewport and a whole-window snapshot's buffer; no display
+    // surface comes near this.
+    constexpr jint kLimit = 16384;
+    if (width > kLimit || height > kLimit) {
+        KLOGE("Window_BindSurface NG - size %dx%d beyond %d a side", width, height, kLimit);
+        return JNI_FALSE;
+    }
     if (g_surfaceClass == nullptr) {
         jclass found = env->FindClass("android/view/Surface");
         if (found == nullptr) {
