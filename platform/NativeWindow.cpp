@@ -1,10 +1,5 @@
 #include "platform/NativeWindow.h"
 
-#ifndef __ANDROID__
-// The desktop host library keeps an X11 window behind each native window.
-#include "host/HostNativeWindow.h"
-#endif
-
 namespace kesto {
 
 EGLNativeWindowType EglNativeWindow(ANativeWindow* window) {

@@ -12,6 +12,11 @@ void ANativeWindow_acquire(ANativeWindow* window);
 void ANativeWindow_release(ANativeWindow* window);
 int32_t ANativeWindow_getWidth(ANativeWindow* window);
 int32_t ANativeWindow_getHeight(ANativeWindow* window);
+#ifndef __ANDROID__
+// The desktop host library keeps an X11 window behind each native window: its id, usable as
+// EGLNativeWindowType with Mesa's X11 platform; 0 for null.
+unsigned long KestoHost_ANativeWindow_getXWindow(ANativeWindow* window);
+#endif
 }
 
 namespace kesto {
