@@ -146,6 +146,11 @@ JNIEXPORT jboolean JNICALL Native_copyBitmapBuffer(JNIEnv*, jobject, jint handle
             bitmap->bufferBytes, length);
         return JNI_FALSE;
     }
+    // The one address that is certainly not the caller's memory.
+    if (destination == 0) {
+        KLOGE_UNTAGGED("[NativeBitmap][Native_getBitmapBuffer] destination is 0");
+        return JNI_FALSE;
+    }
     void* target =
         reinterpret_cast<void*>(static_cast<uintptr_t>(static_cast<uint32_t>(destination)));
     std::memcpy(target, bitmap->buffer, static_cast<size_t>(bitmap->bufferBytes));

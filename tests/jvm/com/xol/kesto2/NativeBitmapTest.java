@@ -76,11 +76,13 @@ public class NativeBitmapTest {
         try (NativeLog log = new NativeLog()) {
             assertFalse(NativeBitmap.Native_copyBitmapBuffer(bitmap, address, 15));
             assertFalse(NativeBitmap.Native_copyBitmapBuffer(0, address, 16));
+            assertFalse(NativeBitmap.Native_copyBitmapBuffer(bitmap, 0, 16));
             assertArrayEquals(new byte[16], LowMemory.read(address, 16));
             String wrong = "[NativeBitmap][Native_getBitmapBuffer] Request lenth is wrong. "
                     + "BufferLen:16, RequestLen:15";
             assertTrue(log.lines().toString(), log.lines().get(0).endsWith(wrong));
             assertTrue(log.lines().get(1).endsWith("[NativeBitmap][Native_getBitmapBuffer] bitmap handle is 0"));
+            assertTrue(log.lines().get(2).endsWith("[NativeBitmap][Native_getBitmapBuffer] destination is 0"));
         }
         assertTrue(NativeBitmap.Native_copyBitmapBuffer(bitmap, address, 16));
         assertArrayEquals(rgba, LowMemory.read(address, 16));
