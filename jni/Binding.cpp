@@ -57,7 +57,7 @@ void Hold::ReportBusy(const char* method, jint handle, HandleTable::Status statu
         KLOGE("%s NG - handle %d is in use on another thread", JavaMethodName(method).c_str(),
               handle);
     } else {
-        KLOGE("%s NG - unknown handle %d", JavaMethodName(method).c_str(), handle);
+        ReportBadHandle(method, handle, HandleTable::Status::UNKNOWN, Kind::NONE, nullptr);
     }
 }
 
