@@ -12,9 +12,9 @@
 
 #include "bench/BenchSupport.h"
 #include "core/Matrix.h"
+#include "draw/Window.h"
 #include "gl/Context.h"
 #include "gl/Environment.h"
-#include "gl/Window.h"
 #include "host/X11Window.h"
 #include "image/Texture.h"
 #include "scene/Scene.h"

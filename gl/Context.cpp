@@ -3,8 +3,8 @@
 #include "core/Accounting.h"
 #include "gl/Environment.h"
 #include "gl/Renderer.h"
+#include "gl/VertexBuffer.h"
 #include "platform/Log.h"
-#include "scene/VertexBuffer.h"
 #include "shader/DefaultShader.h"
 #include "shader/ShaderManager.h"
 
@@ -277,6 +277,9 @@ bool Context::RegisterBuiltInShaders(ShaderManager* shaderManager) {
         {BLUR_FS, BLUR_FRAGMENT_SHADER, false},
         {OES_TEXTURE_VS, OES_TEXTURE_VERTEXT_SHADER, true},
         {OES_TEXTURE_FS, OES_TEXTURE_FRAGMENT_SHADER, false},
+        {BATCH_VS, BATCH_VERTEX_SHADER, true},
+        {BATCH_FS, BATCH_FRAGMENT_SHADER, false},
+        {BATCH_NO_TEXTURE_FS, BATCH_NO_TEXTURE_FRAGMENT_SHADER, false},
     };
     for (const auto& shader : shaders) {
         const bool registered =
@@ -306,6 +309,10 @@ bool Context::RegisterBuiltInShaders(ShaderManager* shaderManager) {
         // Shares the blur program's message.
         {OES_TEXTURE_SP, OES_TEXTURE_VS, OES_TEXTURE_FS, POSITION_TEXCOORD_ATTRIBUTES, nullptr,
          "initShaderManager - register blur shader program NG"},
+        {BATCH_SP, BATCH_VS, BATCH_FS, POSITION_TEXCOORD_COLOR_ATTRIBUTES, SAMPLER0_SAMPLERS,
+         "initShaderManager - register batch shader program NG"},
+        {BATCH_NO_TEXTURE_SP, BATCH_VS, BATCH_NO_TEXTURE_FS, POSITION_TEXCOORD_COLOR_ATTRIBUTES,
+         nullptr, "initShaderManager - register batch shader program NG"},
     };
     for (const auto& program : programs) {
         if (!shaderManager->registerShaderProgram(program.name, program.vertex, program.fragment,

@@ -7,10 +7,7 @@
 #include "core/Accounting.h"
 #include "gl/Context.h"
 #include "gl/Renderer.h"
-#include "image/Texture.h"
 #include "platform/Log.h"
-#include "scene/Material.h"
-#include "scene/Mesh.h"
 #include "shader/ShaderProgram.h"
 
 KESTO_LOG_TAG("KestoRender");
@@ -99,22 +96,20 @@ void Renderer::destroyFramebufferObject() {
     framebufferHeight = 0;
 }
 
-bool Renderer::toggleRenderToTexture(Texture* texture) {
-    if (texture == nullptr) {
-        glBindFramebuffer(GL_FRAMEBUFFER, 0);
-        destroyFramebufferObject();
-        return true;
-    }
-    const int width = texture->textureWidth();
-    const int height = texture->textureHeight();
+void Renderer::endRenderToTexture() {
+    flushSink(FrameStats::BREAK_TARGET);
+    glBindFramebuffer(GL_FRAMEBUFFER, 0);
+    destroyFramebufferObject();
+}
+
+bool Renderer::toggleRenderToTexture(GLuint handle, int width, int height) {
+    flushSink(FrameStats::BREAK_TARGET);
     const GLuint target = getFramebufferObject(width, height);
     if (target == 0) {
         KLOGE("toggleRenderToTexture NG framebuffer is 0 line:%d", 825);
         return false;
     }
     glBindFramebuffer(GL_FRAMEBUFFER, target);
-    texture->createRenderTexture();
-    const GLuint handle = texture->renderTextureHandle;
     if (handle == 0) {
         KLOGE("toggleRenderToTexture NG createRenderTexture failed");
         // Every failed start leaves the window's framebuffer bound, as a finished render does.
@@ -162,13 +157,10 @@ void Renderer::destroyPostProcessBuffers() {
     }
 }
 
-bool Renderer::postProcess(Material* material, const Texture* source) {
-    if (material == nullptr || source == nullptr || source->renderTextureHandle == 0) {
-        KLOGE("postProcess NG - material:%p srcTexture:%p ", static_cast<void*>(material),
-              static_cast<const void*>(source));
-        if (source != nullptr) {
-            KLOGE("textureHandle:%d", source->renderTextureHandle);
-        }
+bool Renderer::postProcess(ShaderProgram* program, const DrawItem& uniforms, GLuint source) {
+    flushSink(FrameStats::BREAK_BLUR);
+    if (source == 0) {
+        KLOGE("postProcess NG - material:%p srcTexture:%d ", uniforms.uniformSource, source);
         return false;
     }
     if (postProcessPositionBuffer == 0 && postProcessTexCoordBuffer == 0 &&
@@ -188,7 +180,6 @@ bool Renderer::postProcess(Material* material, const Texture* source) {
         KLOGE("postProcess NG %08X line:%d", error, 962);
         return false;
     }
-    ShaderProgram* program = material->getShaderProgram();
     if (program == nullptr) {
         KLOGE("postProcess NG - program is null");
         return false;
@@ -199,14 +190,15 @@ bool Renderer::postProcess(Material* material, const Texture* source) {
         KLOGE("postProcess NG %08X line:%d", error, 978);
         return false;
     }
-    if (!material->updateUniformVariable(program->glProgram)) {
+    if (uniforms.writeUniforms != nullptr &&
+        !uniforms.writeUniforms(uniforms.uniformSource, program->glProgram)) {
         KLOGE("postProcess NG - updateUniformVariable failed program:%p handle:%d",
               static_cast<void*>(program), program->glProgram);
         return false;
     }
     glClear(GL_COLOR_BUFFER_BIT);
     glActiveTexture(GL_TEXTURE0);
-    glBindTexture(GL_TEXTURE_2D, source->renderTextureHandle);
+    glBindTexture(GL_TEXTURE_2D, source);
     glDrawElements(GL_TRIANGLE_STRIP, 4, GL_UNSIGNED_INT, nullptr);
     glDisableVertexAttribArray(1);
     glDisableVertexAttribArray(0);
@@ -218,24 +210,28 @@ bool Renderer::postProcess(Material* material, const Texture* source) {
     return true;
 }
 
-Mesh* Renderer::getTextureMesh(Environment* environment) {
-    if (textureMesh == nullptr) {
-        textureMesh = NewObject<Mesh>(environment);
-        if (textureMesh == nullptr) {
-            KLOGE("Renderer::getTextureMesh:new Mesh NG");
-        }
+VertexBuffer* Renderer::textureQuad() {
+    if (textureQuad_ != nullptr) {
+        return textureQuad_;
     }
-    return textureMesh;
-}
-
-Material* Renderer::getTextureMaterial() {
-    if (textureMaterial == nullptr) {
-        textureMaterial = NewObject<Material>();
-        if (textureMaterial == nullptr) {
-            KLOGE("Renderer::getTextureMaterial:new Material NG");
-        }
+    // Counted in the context's environment: the renderer keeps it as long as the context.
+    textureQuad_ = NewObject<VertexBuffer>(context->environment);
+    if (textureQuad_ == nullptr ||
+        !textureQuad_->allocateBuffer(
+            VertexBuffer::HAS_POSITION | VertexBuffer::HAS_TEXTURE_COORDINATES, 4)) {
+        KLOGE("Renderer::textureQuad NG");
+        DeleteObject(textureQuad_);
+        textureQuad_ = nullptr;
+        return nullptr;
     }
-    return textureMaterial;
+    static const float kQuad[4][5] = {
+        {-1, 1, 0, 0, 0}, {-1, -1, 0, 0, 1}, {1, 1, 0, 1, 0}, {1, -1, 0, 1, 1}};
+    for (unsigned int vertex = 0; vertex < 4; ++vertex) {
+        const float* v = kQuad[vertex];
+        textureQuad_->setVertexTextureCoordinates(vertex, v[3], v[4]);
+        textureQuad_->setVertexPosition(vertex, v[0], v[1], v[2]);
+    }
+    return textureQuad_;
 }
 
 }  // namespace kesto

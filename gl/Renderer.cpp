@@ -1,10 +1,10 @@
 #include "gl/Renderer.h"
 
+#include <algorithm>
+#include <initializer_list>
+
 #include "core/Accounting.h"
-#include "gl/Window.h"
 #include "platform/Log.h"
-#include "scene/Material.h"
-#include "scene/Mesh.h"
 
 KESTO_LOG_TAG("KestoRender");
 
@@ -32,13 +32,18 @@ bool Renderer::init() {
 void Renderer::deinit() {
     destroyFramebufferObject();
     destroyPostProcessBuffers();
-    DeleteObject(textureMesh);
-    textureMesh = nullptr;
-    DeleteObject(textureMaterial);
-    textureMaterial = nullptr;
+    for (GLuint* buffer : {&streamVertexBuffer, &streamIndexBuffer}) {
+        if (*buffer != 0) {
+            glDeleteBuffers(1, buffer);
+            *buffer = 0;
+        }
+    }
+    DeleteObject(textureQuad_);
+    textureQuad_ = nullptr;
 }
 
 void Renderer::clearStatus() {
+    flushSink(FrameStats::BREAK_TARGET);
     glClearStencil(0);
     glDisable(GL_STENCIL_TEST);
     glDisable(GL_SCISSOR_TEST);
@@ -58,21 +63,24 @@ void Renderer::clearStatus() {
     currentGroupAlpha = 1.0f;
 }
 
-void Renderer::targetWindow(Window* window) {
-    if (!eglMakeCurrent(eglDisplay, window->eglSurface, window->eglSurface, eglContext)) {
+void Renderer::targetSurface(EGLSurface surface, int width, int height) {
+    flushSink(FrameStats::BREAK_TARGET);
+    if (!eglMakeCurrent(eglDisplay, surface, surface, eglContext)) {
         KLOGE("eglMakeCurrent NG");
         return;
     }
-    targetWidth = window->width;
-    targetHeight = window->height;
+    targetWidth = width;
+    targetHeight = height;
 }
 
 void Renderer::clearBuffers(float r, float g, float b, float a) {
+    flushSink(FrameStats::BREAK_TARGET);
     glClearColor(r, g, b, a);
     glClear(GL_COLOR_BUFFER_BIT | GL_DEPTH_BUFFER_BIT | GL_STENCIL_BUFFER_BIT);
 }
 
 void Renderer::setViewport(int x, int y, int width, int height) {
+    flushSink(FrameStats::BREAK_TARGET);
     glViewport(x, y, width, height);
     viewportWidth = width;
     viewportHeight = height;
@@ -80,6 +88,7 @@ void Renderer::setViewport(int x, int y, int width, int height) {
 
 void Renderer::setupProjectionMatrix(const Matrix& m) {
     projectionMatrix = m;
+    ++projectionVersion;
 }
 
 void Renderer::setupViewMatrix(const Matrix& m) {
@@ -97,8 +106,23 @@ void Renderer::renderCoordinates(float length) {
     g_axisLines[5][2] = length;
 }
 
-EGLBoolean Renderer::present(Window* window) {
-    return eglSwapBuffers(eglDisplay, window->eglSurface);
+void Renderer::beginScissor(int x, int y, int width, int height) {
+    flushSink(FrameStats::BREAK_SCISSOR);
+    glEnable(GL_SCISSOR_TEST);
+    // In 64 bits: an area far outside the viewport must not wrap around into it.
+    const int64_t bottom = int64_t{viewportHeight} - (int64_t{y} + height);
+    glScissor(x, static_cast<GLint>(std::clamp<int64_t>(bottom, INT32_MIN, INT32_MAX)), width,
+              height);
+}
+
+void Renderer::endScissor() {
+    flushSink(FrameStats::BREAK_SCISSOR);
+    glDisable(GL_SCISSOR_TEST);
+}
+
+EGLBoolean Renderer::present(EGLSurface surface) {
+    flushSink(FrameStats::BREAK_TARGET);
+    return eglSwapBuffers(eglDisplay, surface);
 }
 
 }  // namespace kesto

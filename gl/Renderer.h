@@ -1,6 +1,6 @@
-// Per-context draw state: target and viewport sizes, the transform matrices and the group alpha of
-// the node being drawn. Scene nodes and cameras fill it as they walk the tree; windows point it at
-// their surface.
+// The device layer's drawing, one per context: target and viewport sizes, the transform matrices
+// and the group alpha of the node being drawn (scene nodes and cameras fill them as they walk the
+// tree), the per-mesh draw, batched draws from a stream buffer, and drawing into textures.
 #pragma once
 
 #include <EGL/egl.h>
@@ -9,16 +9,27 @@
 #include <cstdint>
 
 #include "core/Matrix.h"
+#include "gl/DrawItem.h"
+#include "gl/FrameStats.h"
+#include "gl/VertexBuffer.h"
 
 namespace kesto {
 
 class Context;
-class Environment;
-class Material;
-class Mesh;
+class Renderer;
 class ShaderProgram;
-class Texture;
-class Window;
+
+// Takes draw items in order and may hold some back to draw them together. Whatever it holds must
+// be drawn by flush(), which the renderer calls before any state change that would affect them.
+class DrawSink {
+  public:
+    // False: the sink has flushed what it held and the renderer draws the item itself.
+    virtual bool add(Renderer& renderer, const DrawItem& item) = 0;
+    virtual void flush(Renderer& renderer, FrameStats::Break reason) = 0;
+
+  protected:
+    ~DrawSink() = default;
+};
 
 class Renderer {
   public:
@@ -33,10 +44,12 @@ class Renderer {
     Matrix viewMatrix;
     Matrix worldMatrix;
     Matrix modelViewMatrix;
-    // Lazily created for copying textures off-screen; owned.
-    Mesh* textureMesh = nullptr;
-    Material* textureMaterial = nullptr;
+    // Bumped by every new projection: batched vertices are in eye space of one projection.
+    uint32_t projectionVersion = 0;
     float currentGroupAlpha = 1.0f;
+    // Null draws every item at once (the per-mesh path).
+    DrawSink* sink = nullptr;
+    FrameStats stats;
     // The one cached framebuffer object.
     GLuint framebuffer = 0;
     GLuint renderbuffer = 0;
@@ -46,6 +59,9 @@ class Renderer {
     GLuint postProcessPositionBuffer = 0;
     GLuint postProcessTexCoordBuffer = 0;
     GLuint postProcessIndexBuffer = 0;
+    // Refilled by every batched draw.
+    GLuint streamVertexBuffer = 0;
+    GLuint streamIndexBuffer = 0;
 
     Renderer(EGLDisplay display, EGLContext eglContext, Context* owner);
     virtual ~Renderer();
@@ -58,44 +74,83 @@ class Renderer {
 
     // Resets GL and renderer state at the start of every render pass.
     void clearStatus();
-    // Makes the window surface current directly, bypassing Context::targetSurface.
-    void targetWindow(Window* window);
+    // Makes the surface current directly, bypassing Context::targetSurface.
+    void targetSurface(EGLSurface surface, int width, int height);
     void clearBuffers(float r, float g, float b, float a);
     void setViewport(int x, int y, int width, int height);
     void setupProjectionMatrix(const Matrix& m);
     // The view matrix must be set before the nodes' world matrices.
     void setupViewMatrix(const Matrix& m);
     void setupWorldMatrix(const Matrix& m);
-    // The only draw of scene content: one mesh with its material, as a triangle strip from the
-    // mesh's GL buffer. A mesh at alpha 0 costs no GL call at all.
-    void renderMesh(Mesh* mesh);
+    // Hands a mesh to the sink, or draws it at once.
+    void submit(const DrawItem& item) {
+        if (sink == nullptr || !sink->add(*this, item)) {
+            renderMesh(item);
+        }
+    }
+    // Draws what the sink holds; call before changing state that its draws depend on.
+    void flushSink(FrameStats::Break reason) {
+        if (sink != nullptr) {
+            sink->flush(*this, reason);
+        }
+    }
+    // The per-mesh draw: one mesh with its material, as a triangle strip from the mesh's GL
+    // buffer. A mesh at alpha 0 costs no GL call at all.
+    void renderMesh(const DrawItem& item);
+    // One indexed draw of eye-space vertices through the stream buffers.
+    void drawBatch(const BatchDraw& batch);
+    // Clipping to a rectangle of the viewport (pixels, y down from the top); scissors do not nest.
+    void beginScissor(int x, int y, int width, int height);
+    void endScissor();
     // A framebuffer at least this large, or 0. One is cached; a larger one serves smaller asks.
     GLuint getFramebufferObject(int width, int height);
     void destroyFramebufferObject();
-    // Non-null starts rendering into the texture (at its packed size); null ends it and always
-    // discards the framebuffer.
-    bool toggleRenderToTexture(Texture* texture);
+    // Starts rendering into a texture of the given size; the caller realises it first (a name
+    // of 0 is its failure).
+    bool toggleRenderToTexture(GLuint texture, int width, int height);
+    // Back to the window's framebuffer; always discards the framebuffer object.
+    void endRenderToTexture();
     bool createPostProcessBuffers();
     void destroyPostProcessBuffers();
-    // Draws `source` over the whole current target with the material's own program, which must
-    // place the quad without matrices.
-    bool postProcess(Material* material, const Texture* source);
-    Mesh* getTextureMesh(Environment* environment);
-    Material* getTextureMaterial();
+    // Draws the texture `source` over the whole current target with `program`, which must place
+    // the quad without matrices, after writing the item's extra uniforms into it.
+    bool postProcess(ShaderProgram* program, const DrawItem& uniforms, GLuint source);
+    // The quad (-1,-1)..(1,1) with texture coordinates, for copying textures; null if it cannot
+    // be made.
+    VertexBuffer* textureQuad();
 
     // Inert: fills a table of axis lines that nothing draws.
     void renderCoordinates(float length);
-    EGLBoolean present(Window* window);
-    // Inert: the window calls it at the end of every render.
-    void flush() {}
+    EGLBoolean present(EGLSurface surface);
+    // Ends a render pass: draws what the sink holds.
+    void flush() { flushSink(FrameStats::BREAK_TARGET); }
 
     // A built-in program by name, remembered once built: the same program a lookup through the
     // context returns, without the lookup on every draw.
     ShaderProgram* builtInProgram(int which);
-    enum BuiltInProgram { PROGRAM_DEFAULT, PROGRAM_NO_TEXTURE, PROGRAM_OES_TEXTURE, PROGRAM_COUNT };
+    enum BuiltInProgram {
+        PROGRAM_DEFAULT,
+        PROGRAM_NO_TEXTURE,
+        PROGRAM_OES_TEXTURE,
+        PROGRAM_BLUR,
+        PROGRAM_BATCH,
+        PROGRAM_BATCH_NO_TEXTURE,
+        PROGRAM_COUNT
+    };
+
+    // How the built-in textured programs blend and colour an item; shared by both paths so that
+    // they draw the same pixels.
+    static BlendMode TexturedBlend(const DrawItem& item);
+    static void TexturedColour(const DrawItem& item, BlendMode blend, float colour[4]);
 
   private:
+    static bool WriteUniforms(const DrawItem& item, ShaderProgram* program);
+    static void SetBlend(BlendMode blend);
+    void CountDraw(int meshes, int vertexCount, bool textured);
+
     ShaderProgram* builtInPrograms_[PROGRAM_COUNT] = {};
+    VertexBuffer* textureQuad_ = nullptr;  // owned
+    GLint batchProjectionLocations_[2] = {-1, -1};
 };
 
 }  // namespace kesto

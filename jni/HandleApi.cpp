@@ -3,14 +3,17 @@
 // converts the Java values, calls one engine operation and passes its result back.
 #include <jni.h>
 
+#include <algorithm>
+#include <climits>
+#include <iterator>
 #include <utility>
 #include <vector>
 
 #include "core/Accounting.h"
 #include "core/Vector.h"
+#include "draw/Window.h"
 #include "gl/Context.h"
 #include "gl/Environment.h"
-#include "gl/Window.h"
 #include "image/Bitmap.h"
 #include "image/Texture.h"
 #include "jni/AndroidBitmapInfoGetter.h"
@@ -364,6 +367,37 @@ KESTO_NATIVE(void, Window_1SetShowFrameInfoThreshold)
     if (Resolve(__func__, handle, &window)) {
         window->showFrameInfoThreshold = threshold;
     }
+}
+
+KESTO_NATIVE(void, Window_1SetBatching)(JNIEnv*, jclass, jint handle, jboolean enabled) {
+    const auto engine = LockEngine();
+    Window* window;
+    if (Resolve(__func__, handle, &window)) {
+        window->setBatching(enabled != JNI_FALSE);
+    }
+}
+
+KESTO_NATIVE(jint, Window_1GetFrameStatistics)
+(JNIEnv* jniEnv, jclass, jint handle, jintArray out) {
+    const auto engine = LockEngine();
+    Window* window;
+    if (!Resolve(__func__, handle, &window)) {
+        return 0;
+    }
+    if (out == nullptr) {
+        KLOGE("Window_GetFrameStatistics NG - null array");
+        return 0;
+    }
+    const FrameStats& stats = window->frameStats();
+    const int64_t textureBytes = Texture::GLTexturesBytes.load(std::memory_order_relaxed);
+    jint values[6 + FrameStats::BREAK_COUNT] = {
+        stats.meshes,   stats.drawCalls,
+        stats.batches,  stats.textureBinds,
+        stats.vertices, static_cast<jint>(std::min<int64_t>(textureBytes, INT32_MAX))};
+    std::copy(stats.breaks, stats.breaks + FrameStats::BREAK_COUNT, values + 6);
+    const jsize count = std::min<jsize>(jniEnv->GetArrayLength(out), std::size(values));
+    jniEnv->SetIntArrayRegion(out, 0, count, values);
+    return count;
 }
 
 KESTO_NATIVE(jint, Window_1HitTest)(JNIEnv*, jclass, jint handle, jint x, jint y) {

@@ -8,9 +8,9 @@
 #include <cstring>
 
 #include "core/Accounting.h"
+#include "draw/Window.h"
 #include "gl/Context.h"
 #include "gl/Environment.h"
-#include "gl/Window.h"
 #include "image/Bitmap.h"
 #include "image/NativeBitmap.h"
 #include "image/Texture.h"

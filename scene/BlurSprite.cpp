@@ -107,7 +107,9 @@ bool BlurSprite::createBufferTexture(Context* context, Texture* source, float ma
             break;
         }
         toggled = true;
-        if (!renderer->toggleRenderToTexture(texture)) {
+        texture->createRenderTexture();
+        if (!renderer->toggleRenderToTexture(texture->renderTextureHandle, texture->textureWidth(),
+                                             texture->textureHeight())) {
             failure = "createBufferTexture NG: toggleRenderToTexture failed";
             break;
         }
@@ -116,7 +118,10 @@ bool BlurSprite::createBufferTexture(Context* context, Texture* source, float ma
             failure = "createBufferTexture NG: toggleRenderToTexture failed";
             break;
         }
-        if (!renderer->postProcess(material, bufferTextures[level - 1])) {
+        DrawItem uniforms;
+        material->describeUniforms(&uniforms);
+        if (!renderer->postProcess(material->getShaderProgram(), uniforms,
+                                   bufferTextures[level - 1]->renderTextureHandle)) {
             failure = "createBufferTexture NG: postProcess failed";
             break;
         }
@@ -124,12 +129,12 @@ bool BlurSprite::createBufferTexture(Context* context, Texture* source, float ma
     if (failure != nullptr) {
         KLOGE("%s", failure);
         if (toggled) {
-            renderer->toggleRenderToTexture(nullptr);  // a failed start may leave it bound
+            renderer->endRenderToTexture();  // a failed start may leave it bound
         }
         destroyBufferTexture();
         return false;
     }
-    renderer->toggleRenderToTexture(nullptr);
+    renderer->endRenderToTexture();
     if (!setBlurParameter(context, 0.0f)) {
         KLOGE("createBufferTexture NG: setBlurParameter failed");
         destroyBufferTexture();

@@ -148,6 +148,44 @@ bool Material::updateUniformVariable(unsigned int program) {
     return true;
 }
 
+bool Material::describe(float groupAlpha, DrawItem* item) const {
+    item->alpha = groupAlpha * alpha;
+    if (item->alpha == 0.0f) {
+        return false;
+    }
+    item->program = shaderProgram;
+    Texture* slot = texture;
+    if (slot != nullptr) {
+        using Kind = DrawItem::TextureKind;
+        if (slot->isOESTexture) {
+            item->textureKind = Kind::External;
+            item->textureTransform =
+                slot->textureTransform != nullptr ? slot->textureTransform->m : nullptr;
+        } else {
+            slot->createRenderTexture();
+            item->textureKind = slot->pixelFormat == PIXEL_FORMAT_RGB565     ? Kind::Rgb565
+                                : slot->pixelFormat == PIXEL_FORMAT_RGBA5551 ? Kind::Rgba5551
+                                                                             : Kind::Other;
+        }
+        item->texture = slot->renderTextureHandle;
+    }
+    item->red = red;
+    item->green = green;
+    item->blue = blue;
+    item->rgbOperation = rgbOperation;
+    describeUniforms(item);
+    return true;
+}
+
+void Material::describeUniforms(DrawItem* item) const {
+    item->writeUniforms = [](const void* source, GLuint program) {
+        return const_cast<Material*>(static_cast<const Material*>(source))
+            ->updateUniformVariable(program);
+    };
+    item->uniformSource = this;
+    item->hasUniforms = uniformVariables.head != nullptr;
+}
+
 void Material::clearUniformVariable() {
     for (auto* node = uniformVariables.head; node != nullptr; node = node->next) {
         DeleteArray(static_cast<int32_t*>(node->value.data));

@@ -7,6 +7,7 @@
 #include "gl/Environment.h"
 #include "gl/Renderer.h"
 #include "platform/Log.h"
+#include "scene/Material.h"
 
 KESTO_LOG_TAG("KestoMesh");
 
@@ -43,8 +44,11 @@ void Mesh::clear() {
 }
 
 void Mesh::render(Renderer* renderer) {
-    if (visible && renderable) {
-        renderer->renderMesh(this);
+    DrawItem item;
+    if (visible && renderable && material != nullptr &&
+        material->describe(renderer->currentGroupAlpha, &item)) {
+        item.vertices = &vertexBuffer;
+        renderer->submit(item);
     }
 }
 

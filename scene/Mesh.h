@@ -3,7 +3,7 @@
 #pragma once
 
 #include "core/Ray.h"
-#include "scene/VertexBuffer.h"
+#include "gl/VertexBuffer.h"
 
 namespace kesto {
 

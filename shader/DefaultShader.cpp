@@ -78,8 +78,35 @@ const char* OES_TEXTURE_FRAGMENT_SHADER =
     "void main() {"
     "  gl_FragColor = texture2D(Sampler0, vTexCoord) * BlendColor;}";
 
+const char* BATCH_VERTEX_SHADER =
+    "attribute vec4 position;"
+    "attribute vec2 texCoord;"
+    "attribute vec4 color;"
+    "varying vec2 vTexCoord;"
+    "varying vec4 vColor;"
+    "uniform mat4 ProjectionMatrix;"
+    "void main(){"
+    "gl_Position = ProjectionMatrix * position;"
+    "vTexCoord = texCoord;"
+    "vColor = color;}";
+
+const char* BATCH_FRAGMENT_SHADER =
+    "precision mediump float;"
+    "varying vec2 vTexCoord;"
+    "varying vec4 vColor;"
+    "uniform sampler2D Sampler0;"
+    "void main(){"
+    "gl_FragColor = texture2D(Sampler0, vTexCoord) * vColor;}";
+
+const char* BATCH_NO_TEXTURE_FRAGMENT_SHADER =
+    "precision mediump float;"
+    "varying vec4 vColor;"
+    "void main(){"
+    "gl_FragColor = vColor;}";
+
 const char* POSITION_TEXCOORD_ATTRIBUTES[] = {"position", "texCoord", nullptr};
 const char* POSITION_ATTRIBUTES[] = {"position", nullptr};
+const char* POSITION_TEXCOORD_COLOR_ATTRIBUTES[] = {"position", "texCoord", "color", nullptr};
 const char* SAMPLER0_SAMPLERS[] = {"Sampler0", nullptr};
 
 }  // namespace kesto::DefaultShader

@@ -1,5 +1,5 @@
-// The built-in GLSL library every context registers: eight sources, their registration names, the
-// five program names and the attribute and sampler arrays the programs are registered with.
+// The built-in GLSL library every context registers: eleven sources, their registration names, the
+// seven program names and the attribute and sampler arrays the programs are registered with.
 //
 // The uniform, attribute and sampler names inside the sources are the ones the renderer, the
 // materials and the blur effect look up, so the texts must not change.
@@ -17,6 +17,10 @@ extern const char* BLUR_FRAGMENT_SHADER;
 extern const char* OES_TEXTURE_VERTEXT_SHADER;
 // Needs GL_OES_EGL_image_external.
 extern const char* OES_TEXTURE_FRAGMENT_SHADER;
+// Batched meshes: positions arrive in eye space, the colour per vertex.
+extern const char* BATCH_VERTEX_SHADER;
+extern const char* BATCH_FRAGMENT_SHADER;
+extern const char* BATCH_NO_TEXTURE_FRAGMENT_SHADER;
 
 // Shader names, in registration order.
 constexpr const char* DEFAULT_VS = "_KESTO_DEFAULT_VS";
@@ -27,6 +31,9 @@ constexpr const char* NO_TRANSFORM_VS = "_KESTO_NO_TRANSFORM_VS";
 constexpr const char* BLUR_FS = "_KESTO_BLUR_FS";
 constexpr const char* OES_TEXTURE_VS = "_KESTO_OES_TEXTURE_VS";
 constexpr const char* OES_TEXTURE_FS = "_KESTO_OES_TEXTURE_FS";
+constexpr const char* BATCH_VS = "_KESTO_BATCH_VS";
+constexpr const char* BATCH_FS = "_KESTO_BATCH_FS";
+constexpr const char* BATCH_NO_TEXTURE_FS = "_KESTO_BATCH_NO_TEXTURE_FS";
 
 // Program names, in registration order.
 constexpr const char* DEFAULT_SP = "_KESTO_DEFAULT_SP";
@@ -37,10 +44,13 @@ constexpr const char* BLUR_SP = "_KESTO_BLUR_SP";
 // texture-matrix flag.
 constexpr const char* OES_TEXTURE_SP = "_KESTO_OES_TEXTURE_SP";
 constexpr int OES_TEXTURE_SP_PREFIX_LENGTH = 21;
+constexpr const char* BATCH_SP = "_KESTO_BATCH_SP";
+constexpr const char* BATCH_NO_TEXTURE_SP = "_KESTO_BATCH_NO_TEXTURE_SP";
 
 // Null-terminated name arrays; a name's position is its attribute index or texture unit.
 extern const char* POSITION_TEXCOORD_ATTRIBUTES[];
 extern const char* POSITION_ATTRIBUTES[];
+extern const char* POSITION_TEXCOORD_COLOR_ATTRIBUTES[];
 extern const char* SAMPLER0_SAMPLERS[];
 
 }  // namespace kesto::DefaultShader

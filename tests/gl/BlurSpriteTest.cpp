@@ -59,7 +59,9 @@ class BlurSpriteTest : public test::SceneWindowTest {
     std::vector<std::unique_ptr<BlurSprite>> blurSprites;
 };
 
-TEST_F(BlurSpriteTest, ChainLevelsHalveThenRepeatTheLastSize) {
+KESTO_ON_BOTH_PATHS(BlurSpriteTest);
+
+TEST_P(BlurSpriteTest, ChainLevelsHalveThenRepeatTheLastSize) {
     Texture* source = Source(101, 60);
     BlurSprite* two = MakeBlurSprite();
     ASSERT_TRUE(two->setTexture(context, source, 2.0f));
@@ -83,7 +85,7 @@ TEST_F(BlurSpriteTest, ChainLevelsHalveThenRepeatTheLastSize) {
     EXPECT_EQ(0, bound) << "render-to-texture is off again";
 }
 
-TEST_F(BlurSpriteTest, BlurLevelsPickTextureProgramAndStep) {
+TEST_P(BlurSpriteTest, BlurLevelsPickTextureProgramAndStep) {
     Texture* source = Source(101, 60);
     BlurSprite* sprite = MakeBlurSprite();
     ASSERT_TRUE(sprite->setTexture(context, source, 7.5f));
@@ -183,7 +185,7 @@ struct Image {
     }
 };
 
-TEST_F(BlurSpriteTest, WindowShowsTheFiveTapFilterAtSeveralLevels) {
+TEST_P(BlurSpriteTest, WindowShowsTheFiveTapFilterAtSeveralLevels) {
     constexpr int kSide = 64;
     Texture* source = Source(kSide, kSide);
     Image model{kSide, kSide, {}};

@@ -7,7 +7,7 @@
 
 #include "core/Accounting.h"
 #include "gl/Renderer.h"
-#include "scene/VertexBuffer.h"
+#include "gl/VertexBuffer.h"
 #include "shader/DefaultShader.h"
 #include "shader/Shader.h"
 #include "shader/ShaderManager.h"
@@ -160,7 +160,8 @@ TEST_F(ContextTest, BuiltInProgramsLinkAndShareTheirShaders) {
     const ResourceCounters before = ResourceCounters::Now();
     for (const char* name : {DefaultShader::DEFAULT_SP, DefaultShader::NO_TEXTURE_SP,
                              DefaultShader::POST_PROCESS_BLUR_SP, DefaultShader::BLUR_SP,
-                             DefaultShader::OES_TEXTURE_SP}) {
+                             DefaultShader::OES_TEXTURE_SP, DefaultShader::BATCH_SP,
+                             DefaultShader::BATCH_NO_TEXTURE_SP}) {
         ShaderProgram* program = context->getShaderProgram(name);
         ASSERT_NE(nullptr, program) << name;
         GLint linked = 0;
@@ -169,20 +170,20 @@ TEST_F(ContextTest, BuiltInProgramsLinkAndShareTheirShaders) {
         EXPECT_EQ(program, context->getShaderProgram(name)) << "built once: " << name;
         EXPECT_EQ(GLenum(GL_NO_ERROR), glGetError()) << name;
     }
-    // Eight distinct shaders although two of them serve two programs each.
+    // Eleven distinct shaders although three of them serve two programs each.
     const ResourceCounters after = ResourceCounters::Now();
-    EXPECT_EQ(8, after["GLShader"] - before["GLShader"]);
-    EXPECT_EQ(5, after["GLProgram"] - before["GLProgram"]);
+    EXPECT_EQ(11, after["GLShader"] - before["GLShader"]);
+    EXPECT_EQ(7, after["GLProgram"] - before["GLProgram"]);
 }
 
 TEST_F(ContextTest, RegistrationTwiceFailsAtTheFirstShader) {
     ShaderManager* manager = context->shaderManager;
-    EXPECT_EQ(8, manager->shaders.count);
-    EXPECT_EQ(5, manager->programs.count);
+    EXPECT_EQ(11, manager->shaders.count);
+    EXPECT_EQ(7, manager->programs.count);
     LogCapture log;
     EXPECT_FALSE(Context::RegisterBuiltInShaders(manager));
     EXPECT_TRUE(log.has("KestoContext", 'E', "initShaderManager - register shader NG"));
-    EXPECT_EQ(8, manager->shaders.count);
+    EXPECT_EQ(11, manager->shaders.count);
     EXPECT_NE(nullptr, context->getShaderProgram(DefaultShader::NO_TEXTURE_SP));
 }
 

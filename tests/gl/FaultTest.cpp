@@ -2,8 +2,8 @@
 // terminated under a live context.
 #include <gtest/gtest.h>
 
+#include "draw/Window.h"
 #include "gl/Renderer.h"
-#include "gl/Window.h"
 #include "host/HostNativeWindow.h"
 #include "host/X11Window.h"
 #include "scene/Scene.h"

@@ -32,7 +32,9 @@ std::unique_ptr<Texture> BlankTexture(Environment* env, int width, int height) {
     return texture;
 }
 
-TEST_F(OffscreenTest, FramebufferCacheServesSmallerRequestsUntilToggledOff) {
+KESTO_ON_BOTH_PATHS(OffscreenTest);
+
+TEST_P(OffscreenTest, FramebufferCacheServesSmallerRequestsUntilToggledOff) {
     Renderer* renderer = context->renderer;
     {
         LogCapture log;
@@ -50,14 +52,14 @@ TEST_F(OffscreenTest, FramebufferCacheServesSmallerRequestsUntilToggledOff) {
     EXPECT_EQ(GL_RGBA4, format);
 
     std::unique_ptr<Texture> target = BlankTexture(env, 64, 32);
-    ASSERT_TRUE(renderer->toggleRenderToTexture(target.get()));
+    ASSERT_TRUE(renderer->toggleRenderToTexture(target->renderTextureHandle, 64, 32));
     EXPECT_EQ(64, renderer->viewportWidth);
     EXPECT_EQ(32, renderer->viewportHeight);
     GLint bound = 0;
     glGetIntegerv(GL_FRAMEBUFFER_BINDING, &bound);
     EXPECT_EQ(large, GLuint(bound));
     renderer->clearBuffers(1, 0, 0, 1);
-    ASSERT_TRUE(renderer->toggleRenderToTexture(nullptr));
+    renderer->endRenderToTexture();
     glGetIntegerv(GL_FRAMEBUFFER_BINDING, &bound);
     EXPECT_EQ(0, bound);
     EXPECT_EQ(0, renderer->framebufferWidth) << "ending always discards the framebuffer";
@@ -66,7 +68,7 @@ TEST_F(OffscreenTest, FramebufferCacheServesSmallerRequestsUntilToggledOff) {
     EXPECT_EQ(GLenum(GL_NO_ERROR), glGetError());
 }
 
-TEST_F(OffscreenTest, OtherColourSizesGetNoPlaceholder) {
+TEST_P(OffscreenTest, OtherColourSizesGetNoPlaceholder) {
     Context odd;
     ASSERT_TRUE(odd.init(env, 4, 4, 4, 4));
     ASSERT_TRUE(odd.runOnCurrentThread());
@@ -78,7 +80,7 @@ TEST_F(OffscreenTest, OtherColourSizesGetNoPlaceholder) {
     ASSERT_TRUE(context->runOnCurrentThread());
 }
 
-TEST_F(OffscreenTest, PostProcessQuadBuffersAndRefusals) {
+TEST_P(OffscreenTest, PostProcessQuadBuffersAndRefusals) {
     Renderer* renderer = context->renderer;
     ASSERT_TRUE(renderer->createPostProcessBuffers());
     const struct {
@@ -95,18 +97,20 @@ TEST_F(OffscreenTest, PostProcessQuadBuffersAndRefusals) {
         EXPECT_EQ(b.bytes, size);
     }
     Material material;
-    Texture empty(env);
+    DrawItem uniforms;
+    material.describeUniforms(&uniforms);
+    ShaderProgram* blur = context->getShaderProgram(DefaultShader::POST_PROCESS_BLUR_SP);
     LogCapture log;
-    EXPECT_FALSE(renderer->postProcess(&material, &empty));
-    EXPECT_FALSE(renderer->postProcess(nullptr, nullptr));
+    EXPECT_FALSE(renderer->postProcess(blur, uniforms, 0));
+    EXPECT_FALSE(renderer->postProcess(nullptr, DrawItem(), 7));
     const std::vector<std::string> messages = log.messages("KestoRender");
-    ASSERT_EQ(3u, messages.size());
+    ASSERT_EQ(2u, messages.size());
     EXPECT_EQ(0u, messages[0].rfind("postProcess NG - material:", 0));
-    EXPECT_EQ(' ', messages[0].back());
-    EXPECT_EQ("textureHandle:0", messages[1]);
+    EXPECT_EQ("srcTexture:0 ", messages[0].substr(messages[0].size() - 13));
+    EXPECT_EQ("postProcess NG - program is null", messages[1]);
 }
 
-TEST_F(OffscreenTest, BlurPassSpreadsOnePixelToTheFiveTaps) {
+TEST_P(OffscreenTest, BlurPassSpreadsOnePixelToTheFiveTaps) {
     // A white texel at (16, 16) of a transparent 32x32 source; a step of 12 texels turns the tap
     // offsets into whole texels, so each output pixel that reaches the white texel gets 0.2.
     std::vector<uint32_t> pixels(32 * 32, 0);
@@ -123,9 +127,12 @@ TEST_F(OffscreenTest, BlurPassSpreadsOnePixelToTheFiveTaps) {
     Renderer* renderer = context->renderer;
     renderer->clearStatus();
     glDisable(GL_BLEND);
-    ASSERT_TRUE(renderer->toggleRenderToTexture(target.get()));
-    ASSERT_TRUE(renderer->postProcess(&material, source));
-    renderer->toggleRenderToTexture(nullptr);
+    ASSERT_TRUE(renderer->toggleRenderToTexture(target->renderTextureHandle, 32, 32));
+    DrawItem uniforms;
+    material.describeUniforms(&uniforms);
+    ASSERT_TRUE(
+        renderer->postProcess(material.getShaderProgram(), uniforms, source->renderTextureHandle));
+    renderer->endRenderToTexture();
 
     const std::vector<uint8_t> out = ReadTexture(target->renderTextureHandle, 0, 0, 32, 32);
     const float taps[5][2] = {{0.25f, 0.083333f},
@@ -151,7 +158,7 @@ TEST_F(OffscreenTest, BlurPassSpreadsOnePixelToTheFiveTaps) {
     EXPECT_EQ(5, lit);
 }
 
-TEST_F(OffscreenTest, PartialSceneFillsTheTextureTopRowFirst) {
+TEST_P(OffscreenTest, PartialSceneFillsTheTextureTopRowFirst) {
     // The camera lays the scene out on the render target, here a texture as large as the window.
     // Of the region (140, 300, 200, 200) a flagged red sprite covers the top half, an unflagged
     // green one the bottom half.
@@ -178,7 +185,7 @@ TEST_F(OffscreenTest, PartialSceneFillsTheTextureTopRowFirst) {
     EXPECT_EQ(0, bound);
 }
 
-TEST_F(OffscreenTest, ExternalTextureCopyFillsTheTarget) {
+TEST_P(OffscreenTest, ExternalTextureCopyFillsTheTarget) {
     // A 2x2 image: red, green / blue, white.
     const uint8_t rgba[] = {255, 0, 0, 255, 0, 255, 0, 255, 0, 0, 255, 255, 255, 255, 255, 255};
     host::ExternalImage image(2, 2, rgba);
@@ -196,8 +203,6 @@ TEST_F(OffscreenTest, ExternalTextureCopyFillsTheTarget) {
     EXPECT_EQ(Pixel({255, 255, 255, 255}), PixelOf(out, 16, 15, 0));
     EXPECT_EQ(Pixel({255, 0, 0, 255}), PixelOf(out, 16, 0, 15));
     EXPECT_EQ(Pixel({0, 255, 0, 255}), PixelOf(out, 16, 15, 15));
-    EXPECT_NE(nullptr, context->renderer->textureMesh);
-    EXPECT_EQ(nullptr, context->renderer->textureMesh->material);
 }
 
 }  // namespace

@@ -2,7 +2,9 @@
 // here, independently of the engine's own arithmetic.
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <cmath>
+#include <cstdlib>
 #include <cstring>
 
 #include "gl/Renderer.h"
@@ -25,7 +27,9 @@ const Pixel kBlue{0, 0, 255, 255}, kRed{255, 0, 0, 255}, kGreen{0, 255, 0, 255};
 constexpr uint32_t kRedWord = 0xFF0000FF, kGreenWord = 0xFF00FF00, kWhiteWord = 0xFFFFFFFF,
                    kYellowWord = 0xFF00FFFF;
 
-TEST_F(SpriteRenderTest, TexturedQuadLandsOnePixelPerUnitWithItsTopRowUp) {
+KESTO_ON_BOTH_PATHS(SpriteRenderTest);
+
+TEST_P(SpriteRenderTest, TexturedQuadLandsOnePixelPerUnitWithItsTopRowUp) {
     // Quadrants: red, green on top; white, yellow below.
     Texture* texture = MakeTexture<uint32_t>(PIXEL_FORMAT_RGBA8888, 2, 2,
                                              {kRedWord, kGreenWord, kWhiteWord, kYellowWord});
@@ -46,7 +50,7 @@ TEST_F(SpriteRenderTest, TexturedQuadLandsOnePixelPerUnitWithItsTopRowUp) {
     EXPECT_EQ(GLenum(GL_NO_ERROR), glGetError());
 }
 
-TEST_F(SpriteRenderTest, RotationAboutYShowsTruePerspective) {
+TEST_P(SpriteRenderTest, RotationAboutYShowsTruePerspective) {
     Sprite* sprite = AddSprite(&scene->rootNode, Solid(kRedWord));
     sprite->setRotate(Vector(0, 60, 0));
     window->render();
@@ -67,7 +71,7 @@ TEST_F(SpriteRenderTest, RotationAboutYShowsTruePerspective) {
     EXPECT_TRUE(Near(kBlue, At(int(right) - 2, probeTop))) << rightHalfHeight;
 }
 
-TEST_F(SpriteRenderTest, GroupAlphaBlendsPremultipliedOverTheBackground) {
+TEST_P(SpriteRenderTest, GroupAlphaBlendsPremultipliedOverTheBackground) {
     SceneNode group(env);
     scene->rootNode.addChild(&group, true);
     Sprite* sprite = AddSprite(&group, Solid(kRedWord));
@@ -87,7 +91,7 @@ TEST_F(SpriteRenderTest, GroupAlphaBlendsPremultipliedOverTheBackground) {
     EXPECT_TRUE(Near(kBlue, At(240, 400)));
 }
 
-TEST_F(SpriteRenderTest, BlendStateFollowsTheTextureFormat) {
+TEST_P(SpriteRenderTest, BlendStateFollowsTheTextureFormat) {
     // Opaque RGB565 at alpha 1 is drawn unblended; an untextured quad drawn after it inherits
     // that, so its half-transparent colour replaces the background outright.
     Sprite* opaque =
@@ -112,7 +116,7 @@ TEST_F(SpriteRenderTest, BlendStateFollowsTheTextureFormat) {
     EXPECT_TRUE(glIsEnabled(GL_BLEND));
 }
 
-TEST_F(SpriteRenderTest, Rgba5551UsesStraightAlpha) {
+TEST_P(SpriteRenderTest, Rgba5551UsesStraightAlpha) {
     // A transparent texel that still carries red: straight alpha hides it, premultiplied would
     // add the red to the background.
     Sprite* sprite = AddSprite(
@@ -129,7 +133,7 @@ TEST_F(SpriteRenderTest, Rgba5551UsesStraightAlpha) {
     EXPECT_TRUE(Near(Pixel{128, 0, 127, 255}, At(240 + 40, 400)));
 }
 
-TEST_F(SpriteRenderTest, LayerOrderAndRenderOrderDecideWhatIsOnTop) {
+TEST_P(SpriteRenderTest, LayerOrderAndRenderOrderDecideWhatIsOnTop) {
     Sprite* layered = AddSprite(&scene->rootNode, nullptr, 2);
     layered->getLayerMaterial(0)->setTexture(0, Solid(kRedWord));
     layered->getLayerMaterial(1)->setTexture(0, Solid(kGreenWord));
@@ -160,7 +164,7 @@ TEST_F(SpriteRenderTest, LayerOrderAndRenderOrderDecideWhatIsOnTop) {
     EXPECT_TRUE(Near(Pixel{255, 255, 0, 255}, At(90, 700)));
 }
 
-TEST_F(SpriteRenderTest, ScissorClipsToItsTopDownRectangle) {
+TEST_P(SpriteRenderTest, ScissorClipsToItsTopDownRectangle) {
     Scissor scissor(env);
     scissor.setArea(10, 20, 100, 50);
     scene->rootNode.addChild(&scissor, true);
@@ -180,7 +184,7 @@ TEST_F(SpriteRenderTest, ScissorClipsToItsTopDownRectangle) {
     EXPECT_TRUE(Near(kBlue, At(50, 40)));
 }
 
-TEST_F(SpriteRenderTest, HitTestsFindTheTopmostSpriteAndMissOutsideIt) {
+TEST_P(SpriteRenderTest, HitTestsFindTheTopmostSpriteAndMissOutsideIt) {
     Sprite* below = AddSprite(&scene->rootNode, Solid(kRedWord));
     Sprite* above = AddSprite(&scene->rootNode, Solid(kGreenWord));
     scene->rootNode.removeChild(above);
@@ -207,7 +211,7 @@ TEST_F(SpriteRenderTest, HitTestsFindTheTopmostSpriteAndMissOutsideIt) {
     EXPECT_EQ(child, hit);
 }
 
-TEST_F(SpriteRenderTest, OesProgramWithoutATextureNameDrawsNothing) {
+TEST_P(SpriteRenderTest, OesProgramWithoutATextureNameDrawsNothing) {
     Sprite* sprite = AddSprite(&scene->rootNode, nullptr);
     sprite->getLayerMaterial(0)->setShaderProgram(
         context->getShaderProgram(DefaultShader::OES_TEXTURE_SP));
@@ -215,6 +219,90 @@ TEST_F(SpriteRenderTest, OesProgramWithoutATextureNameDrawsNothing) {
     window->render();
     EXPECT_TRUE(log.has("KestoRender", 'E', "RenderMesh OES Texture is null"));
     EXPECT_TRUE(Near(kBlue, At(240, 400)));
+}
+
+// A dense scene mixing everything a batch must respect: formats, alphas, tints, untextured layers,
+// group alpha, perspective, a scissor, meshes with their own program or uniforms. Both paths must
+// draw it to the same pixels, the batched one with fewer draws.
+using PathsMatchTest = test::SceneWindowTest;
+INSTANTIATE_TEST_SUITE_P(, PathsMatchTest, ::testing::Values(true), test::PathName);
+
+TEST_P(PathsMatchTest, BatchedFrameEqualsPerMeshFrameWithFewerDraws) {
+    uint32_t seed = 12345;
+    auto next = [&seed](int range) {
+        seed = seed * 1664525u + 1013904223u;
+        return static_cast<int>((seed >> 8) % static_cast<uint32_t>(range));
+    };
+    Texture* textures[] = {MakeTexture<uint32_t>(PIXEL_FORMAT_RGBA8888, 2, 2,
+                                                 {kRedWord, 0x80008000, kWhiteWord, 0x00000000}),
+                           MakeTexture<uint16_t>(PIXEL_FORMAT_RGB565, 2, 1, {0xF800, 0x07E0}),
+                           MakeTexture<uint16_t>(PIXEL_FORMAT_RGBA5551, 2, 1, {0xF801, 0x07C0}),
+                           nullptr};
+    SceneNode faded(env);
+    faded.setGroupAlpha(0.6f);
+    Scissor clip(env);
+    clip.setArea(40, 300, 200, 150);
+    scene->rootNode.addChild(&faded, false);
+    scene->rootNode.addChild(&clip, false);
+    SceneNode* parents[] = {&scene->rootNode, &faded, &clip};
+    ShaderProgram* defaultProgram = context->getShaderProgram(DefaultShader::DEFAULT_SP);
+    for (int i = 0; i < 600; ++i) {
+        Sprite* sprite = AddSprite(parents[next(3)], nullptr, i % 10 == 0 ? 2 : 1);
+        for (int layer = 0; layer < sprite->layersCount; ++layer) {
+            Material* material = sprite->getLayerMaterial(layer);
+            // Runs of sprites share the first layer's texture, as an atlas would make them.
+            material->setTexture(0, textures[layer == 0 ? i / 25 % 4 : next(4)]);
+            material->setAlpha(
+                static_cast<unsigned char>((const int[]){255, 204, 128, 0}[next(4)]));
+            material->setColor(next(256), next(256), next(256));
+            material->setRGBOperation(next(2));
+            sprite->initSpriteGeometry(layer, 8 + next(60), 8 + next(60), next(9) - 4, 0, 0);
+        }
+        if (i % 97 == 0) {
+            sprite->getLayerMaterial(0)->setShaderProgram(defaultProgram);
+        }
+        if (i % 101 == 0) {
+            int unit = 0;
+            sprite->getLayerMaterial(0)->setUniformVariable("Sampler0", 1, &unit);
+        }
+        sprite->setPosition(Vector(next(480) - 240, next(800) - 400, 0));
+        sprite->setRotate(Vector(i % 7 == 0 ? next(60) : 0, i % 5 == 0 ? next(60) : 0, next(360)));
+    }
+    // Untextured meshes blend as the previous draw left GL, also the previous frame's last draw:
+    // each path is compared on its second frame.
+    auto frame = [&](bool batching, FrameStats* stats) {
+        window->setBatching(batching);
+        window->render();
+        window->render();
+        *stats = window->frameStats();
+        std::vector<uint8_t> pixels(kWidth * kHeight * 4);
+        glReadPixels(0, 0, kWidth, kHeight, GL_RGBA, GL_UNSIGNED_BYTE, pixels.data());
+        return pixels;
+    };
+    FrameStats perMesh, batched;
+    const std::vector<uint8_t> expected = frame(false, &perMesh);
+    const std::vector<uint8_t> actual = frame(true, &batched);
+    int differing = 0, largest = 0;
+    for (size_t i = 0; i < expected.size(); i += 4) {
+        int worst = 0;
+        for (size_t c = i; c < i + 4; ++c) {
+            worst = std::max(worst, std::abs(int(expected[c]) - int(actual[c])));
+        }
+        differing += worst != 0;
+        largest = std::max(largest, worst);
+    }
+    EXPECT_EQ(0, differing) << "largest channel difference " << largest;
+    EXPECT_EQ(perMesh.meshes, batched.meshes);
+    EXPECT_EQ(perMesh.meshes, perMesh.drawCalls);
+    EXPECT_EQ(0, perMesh.batches);
+    EXPECT_LT(batched.drawCalls * 2, perMesh.drawCalls);
+    EXPECT_GT(batched.batches, 0);
+    EXPECT_GT(batched.breaks[FrameStats::BREAK_CUSTOM], 0);
+    EXPECT_GT(batched.breaks[FrameStats::BREAK_SCISSOR], 0);
+    EXPECT_GT(batched.breaks[FrameStats::BREAK_TEXTURE], 0);
+    EXPECT_EQ(GLenum(GL_NO_ERROR), glGetError());
+    scene->rootNode.removeChild(&faded);
+    scene->rootNode.removeChild(&clip);
 }
 
 }  // namespace

@@ -1,8 +1,8 @@
 #include <gtest/gtest.h>
 
 #include "core/Accounting.h"
+#include "gl/VertexBuffer.h"
 #include "scene/Material.h"
-#include "scene/VertexBuffer.h"
 #include "shader/DefaultShader.h"
 #include "shader/ShaderProgram.h"
 #include "tests/support/GlFixture.h"

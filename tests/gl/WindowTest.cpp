@@ -3,8 +3,8 @@
 #include <chrono>
 #include <thread>
 
+#include "draw/Window.h"
 #include "gl/Renderer.h"
-#include "gl/Window.h"
 #include "host/HostNativeWindow.h"
 #include "host/X11Window.h"
 #include "platform/Clock.h"

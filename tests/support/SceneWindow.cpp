@@ -29,6 +29,7 @@ void SceneWindowTest::SetUp() {
     scene = std::make_unique<Scene>(env);
     window->defaultViewport.linkCamera(&scene->defaultCamera);
     window->setClearColor(0, 0, 1, 1);
+    window->setBatching(GetParam());
     ASSERT_TRUE(window->bindSurface(nativeWindow, kWidth, kHeight));
 }
 
@@ -40,6 +41,10 @@ void SceneWindowTest::TearDown() {
     ANativeWindow_release(nativeWindow);
     native.reset();
     GlTest::TearDown();
+}
+
+std::string PathName(const ::testing::TestParamInfo<bool>& info) {
+    return info.param ? "batched" : "perMesh";
 }
 
 Sprite* SceneWindowTest::AddSprite(SceneNode* parent, Texture* texture, int layers) {

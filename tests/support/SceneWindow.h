@@ -1,6 +1,7 @@
 // Fixture for drawing tests: the GL fixture plus a real 480x800 X11 window bound to a Window whose
 // default viewport shows a Scene, on a blue background; helpers to make textures and sprites and
-// to read pixels back.
+// to read pixels back. Its parameter is the window's batching switch: KESTO_ON_BOTH_PATHS runs a
+// suite's tests batched and per-mesh, which must draw the same pixels.
 #pragma once
 
 #include <gtest/gtest.h>
@@ -8,9 +9,10 @@
 #include <array>
 #include <cstring>
 #include <memory>
+#include <string>
 #include <vector>
 
-#include "gl/Window.h"
+#include "draw/Window.h"
 #include "host/X11Window.h"
 #include "image/Texture.h"
 #include "scene/Scene.h"
@@ -24,7 +26,7 @@ using Pixel = std::array<uint8_t, 4>;
 // Each channel within `tolerance` (llvmpipe rounds blends to the nearest step).
 ::testing::AssertionResult Near(const Pixel& expected, const Pixel& actual, int tolerance = 1);
 
-class SceneWindowTest : public GlTest {
+class SceneWindowTest : public GlTest, public ::testing::WithParamInterface<bool> {
   protected:
     static constexpr int kWidth = 480;
     static constexpr int kHeight = 800;
@@ -63,4 +65,9 @@ class SceneWindowTest : public GlTest {
     std::vector<std::unique_ptr<Sprite>> sprites;
 };
 
+std::string PathName(const ::testing::TestParamInfo<bool>& info);
+
 }  // namespace kesto::test
+
+#define KESTO_ON_BOTH_PATHS(Suite) \
+    INSTANTIATE_TEST_SUITE_P(, Suite, ::testing::Bool(), ::kesto::test::PathName)

@@ -121,7 +121,9 @@ TEST_F(TextureHandOverTest, EveryFrameShowsOneWholeBitmapAndOnlyNewerOnes) {
 
 using DrawingHandOverTest = test::SceneWindowTest;
 
-TEST_F(DrawingHandOverTest, ThousandsOfFramesEachShowOneWholeBitmap) {
+KESTO_ON_BOTH_PATHS(DrawingHandOverTest);
+
+TEST_P(DrawingHandOverTest, ThousandsOfFramesEachShowOneWholeBitmap) {
     constexpr int kFrames = 2000;
     constexpr int kSide = 8;
     Texture texture(env);

@@ -41,6 +41,24 @@ public final class Kesto2 {
     public static native void Window_RenderWithoutPresent(int window);
     public static native boolean Window_Present(int window);
     public static native void Window_SetShowFrameInfoThreshold(int window, int threshold);
+    /**
+     * Batching (on by default) draws runs of meshes that share texture, program and blending with
+     * one draw call each; off, every mesh is drawn on its own. The pixels are the same.
+     */
+    public static native void Window_SetBatching(int window, boolean enabled);
+    /** Indices into the array {@link #Window_GetFrameStatistics} fills. */
+    public static final int STAT_MESHES = 0, STAT_DRAW_CALLS = 1, STAT_BATCHES = 2,
+            STAT_TEXTURE_BINDS = 3, STAT_VERTICES = 4, STAT_TEXTURE_BYTES = 5,
+            STAT_BREAK_TEXTURE = 6, STAT_BREAK_PROGRAM = 7, STAT_BREAK_BLEND = 8,
+            STAT_BREAK_SCISSOR = 9, STAT_BREAK_TARGET = 10, STAT_BREAK_BLUR = 11,
+            STAT_BREAK_CUSTOM = 12, STAT_BREAK_FULL = 13, STAT_COUNT = 14;
+    /**
+     * Fills {@code out} with what the window's last render drew: meshes, draw calls, batches,
+     * texture binds, vertices, the bytes of all live GL textures, then how many batched runs each
+     * cause ended (texture, program, blend, scissor, target, blur, custom material, full buffer).
+     * Returns the number of values written: 0 for a bad handle or a null array.
+     */
+    public static native int Window_GetFrameStatistics(int window, int[] out);
     /** The handle of the node whose content is under window pixel (x, y), or 0. */
     public static native int Window_HitTest(int window, int x, int y);
     /** Read the answer with {@link #getOutputVectorX} and {@link #getOutputVectorY}. */

@@ -118,6 +118,7 @@ public final class ApiFuzzer {
         if (type == boolean.class) return r.nextBoolean();
         if (type == Bitmap.class) return javaBitmap(r);
         if (type == byte[].class) return r.nextInt(5) == 0 ? null : new byte[r.nextInt(4) == 0 ? 4096 : r.nextInt(64)];
+        if (type == int[].class) return r.nextInt(5) == 0 ? null : new int[r.nextInt(20)];
         if (type == Surface.class) {
             if (r.nextInt(5) == 0 || surfaces.isEmpty()) {
                 Surface surface = new Surface(1 + r.nextInt(48), 1 + r.nextInt(48));

@@ -1,4 +1,4 @@
-#include "gl/Viewport.h"
+#include "draw/Viewport.h"
 
 #include <cstdint>
 

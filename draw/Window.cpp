@@ -1,15 +1,15 @@
-#include "gl/Window.h"
+#include "draw/Window.h"
 
 #include <cstring>
 
 #include "gl/Context.h"
 #include "gl/Environment.h"
 #include "gl/Renderer.h"
+#include "image/Texture.h"
 #include "platform/Clock.h"
 #include "platform/Log.h"
 #include "platform/NativeWindow.h"
 #include "scene/Material.h"
-#include "scene/Mesh.h"
 
 KESTO_LOG_TAG("KestoWnd");
 
@@ -24,6 +24,14 @@ uint32_t Now() {
 
 bool SameColour(const float a[4], const float b[4]) {
     return a[0] == b[0] && a[1] == b[1] && a[2] == b[2] && a[3] == b[3];
+}
+
+// Realises the texture first: a texture that cannot be realised has name 0, which the renderer
+// refuses with its own message.
+bool StartRenderToTexture(Renderer* renderer, Texture* texture) {
+    texture->createRenderTexture();
+    return renderer->toggleRenderToTexture(texture->renderTextureHandle, texture->textureWidth(),
+                                           texture->textureHeight());
 }
 
 }  // namespace
@@ -91,9 +99,9 @@ bool Window::bindSurface(ANativeWindow* surface, int surfaceWidth, int surfaceHe
         KLOGI("clear surface");
         Renderer* renderer = context->renderer;
         renderer->clearStatus();
-        renderer->targetWindow(this);
+        renderer->targetSurface(eglSurface, width, height);
         renderer->clearBuffers(clearColor[0], clearColor[1], clearColor[2], clearColor[3]);
-        renderer->present(this);
+        renderer->present(eglSurface);
     }
     resetLastClearColor();
     KLOGI("bindSurface- %d %d", width, height);
@@ -139,7 +147,9 @@ void Window::render() {
     }
     Renderer* renderer = context->renderer;
     renderer->clearStatus();
-    renderer->targetWindow(this);
+    renderer->stats = FrameStats();
+    renderer->sink = batching_ ? &batcher_ : nullptr;
+    renderer->targetSurface(eglSurface, width, height);
     // present() already cleared this back buffer to the same colour less than 100 ms ago.
     if (frameStartTime > lastClearTime + 100u || !SameColour(clearColor, lastClearColor)) {
         renderer->clearBuffers(clearColor[0], clearColor[1], clearColor[2], clearColor[3]);
@@ -147,6 +157,8 @@ void Window::render() {
     defaultViewport.render(renderer);
     renderEndTime = Now();
     renderer->flush();
+    renderer->sink = nullptr;
+    frameStats_ = renderer->stats;
     flushEndTime = Now();
 }
 
@@ -160,7 +172,7 @@ bool Window::present() {
         return false;
     }
     Renderer* renderer = context->renderer;
-    if (!renderer->present(this)) {
+    if (!renderer->present(eglSurface)) {
         KLOGE("present - eglSwapBuffers NG %08X", eglGetError());
         return false;
     }
@@ -178,15 +190,15 @@ bool Window::renderToTexture(Texture* texture, int flags, int x, int y, int regi
     }
     Renderer* renderer = context->renderer;
     renderer->clearStatus();
-    renderer->targetWindow(this);
-    if (!renderer->toggleRenderToTexture(texture)) {
+    renderer->targetSurface(eglSurface, width, height);
+    if (!StartRenderToTexture(renderer, texture)) {
         KLOGE("renderToTexture NG: toggleRenderToTexture failed");
         return false;
     }
     renderer->clearBuffers(clearColor[0], clearColor[1], clearColor[2], clearColor[3]);
     defaultViewport.renderPartialScene(renderer, flags, x, y, regionWidth, regionHeight,
                                        includeHidden);
-    renderer->toggleRenderToTexture(nullptr);
+    renderer->endRenderToTexture();
     return true;
 }
 
@@ -197,20 +209,14 @@ bool Window::renderOESTextureToTexture(Texture* source, Texture* target, float l
         return false;
     }
     Renderer* renderer = context->renderer;
-    // Counted in the context's environment: the renderer keeps the mesh as long as the context.
-    Mesh* mesh = renderer->getTextureMesh(context->environment);
-    if (mesh == nullptr) {
+    VertexBuffer* quad = renderer->textureQuad();
+    if (quad == nullptr) {
         KLOGE("renderOESTextureToTexture NG: getTextureMesh failed");
         return false;
     }
-    Material* material = renderer->getTextureMaterial();
-    if (material == nullptr) {
-        KLOGE("renderOESTextureToTexture NG: getTextureMaterial failed");
-        return false;
-    }
     renderer->clearStatus();
-    renderer->targetWindow(this);
-    if (!renderer->toggleRenderToTexture(target)) {
+    renderer->targetSurface(eglSurface, width, height);
+    if (!StartRenderToTexture(renderer, target)) {
         KLOGE("renderOESTextureToTexture NG: renderTextureToTexture failed");
         return false;
     }
@@ -227,19 +233,14 @@ bool Window::renderOESTextureToTexture(Texture* source, Texture* target, float l
     Matrix::TransformMultiply(&world, flipped, scale);
     renderer->setupWorldMatrix(world);
 
-    material->setTexture(0, source);
-    mesh->setMaterial(material);
-    mesh->setup(Mesh::TRIANGLE_STRIP, 4);
-    static const float kQuad[4][5] = {
-        {-1, 1, 0, 0, 0}, {-1, -1, 0, 0, 1}, {1, 1, 0, 1, 0}, {1, -1, 0, 1, 1}};
-    for (unsigned int vertex = 0; vertex < 4; ++vertex) {
-        const float* v = kQuad[vertex];
-        mesh->vertexBuffer.setVertexTextureCoordinates(vertex, v[3], v[4]);
-        mesh->vertexBuffer.setVertexPosition(vertex, v[0], v[1], v[2]);
+    Material material;
+    material.setTexture(0, source);
+    DrawItem item;
+    if (material.describe(renderer->currentGroupAlpha, &item)) {
+        item.vertices = quad;
+        renderer->renderMesh(item);
     }
-    renderer->renderMesh(mesh);
-    mesh->setMaterial(nullptr);
-    renderer->toggleRenderToTexture(nullptr);
+    renderer->endRenderToTexture();
     return true;
 }
 

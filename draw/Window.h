@@ -1,5 +1,6 @@
 // A native window bound to an EGL window surface of one context, with its default viewport.
-// Runs the frame: make the surface current, clear when needed, render the viewport, swap.
+// Runs the frame: make the surface current, clear when needed, render the viewport (batched unless
+// switched off), swap.
 #pragma once
 
 #include <EGL/egl.h>
@@ -8,8 +9,10 @@
 
 #include "core/Link.h"
 #include "core/Vector.h"
+#include "draw/Batcher.h"
+#include "draw/Viewport.h"
 #include "gl/Context.h"
-#include "gl/Viewport.h"
+#include "gl/FrameStats.h"
 
 struct ANativeWindow;
 
@@ -70,8 +73,18 @@ class Window {
     // A null viewport means the default one.
     bool querySceneNodeOriginPositionOnViewport(Viewport* viewport, SceneNode& node, Vector* out);
 
+    // Off: every mesh is drawn on its own, the documented per-mesh GL sequence. Same pixels.
+    void setBatching(bool enabled) { batching_ = enabled; }
+    bool batching() const { return batching_; }
+    // What the last render drew.
+    const FrameStats& frameStats() const { return frameStats_; }
+
   private:
     void resetLastClearColor();
+
+    bool batching_ = true;
+    Batcher batcher_;
+    FrameStats frameStats_;
 };
 
 }  // namespace kesto

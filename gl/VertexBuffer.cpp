@@ -1,4 +1,4 @@
-#include "scene/VertexBuffer.h"
+#include "gl/VertexBuffer.h"
 
 #include <cstdint>
 #include <cstring>

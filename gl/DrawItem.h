@@ -1,0 +1,57 @@
+// What the device layer draws: plain data filled by the layers above, so that it never sees a
+// scene or image object. A DrawItem is one mesh as the per-mesh path draws it; a BatchDraw is many
+// meshes already in eye space, drawn with one call.
+#pragma once
+
+#include <GLES2/gl2.h>
+
+#include <cstdint>
+
+namespace kesto {
+
+class ShaderProgram;
+class VertexBuffer;
+
+// How a draw blends. Inherit leaves whatever the previous draw set, as the untextured program
+// always has.
+enum class BlendMode : uint8_t { Inherit, Off, Straight, Premultiplied };
+
+struct DrawItem {
+    // What the texture's pixel format means for blending.
+    enum class TextureKind : uint8_t { None, Rgb565, Rgba5551, Other, External };
+
+    VertexBuffer* vertices = nullptr;
+    // The material's own program; null picks a built-in one.
+    ShaderProgram* program = nullptr;
+    GLuint texture = 0;  // 0: none, or not realised
+    TextureKind textureKind = TextureKind::None;
+    // External textures: 16 floats from the stream, or null for the identity.
+    const float* textureTransform = nullptr;
+    float red = 1.0f;
+    float green = 1.0f;
+    float blue = 1.0f;
+    // The material's alpha times the node's group alpha.
+    float alpha = 1.0f;
+    // 1: the colour tints the texture; 0 (with an opaque RGB565 texture) allows drawing unblended.
+    int32_t rgbOperation = 0;
+    // The material's extra uniforms, written into whichever program draws.
+    bool (*writeUniforms)(const void* source, GLuint program) = nullptr;
+    const void* uniformSource = nullptr;
+    bool hasUniforms = false;
+};
+
+// Interleaved vertices of BatchDraw: eye-space position, texture coordinates, colour.
+constexpr int kBatchVertexFloats = 9;
+
+struct BatchDraw {
+    ShaderProgram* program = nullptr;
+    GLuint texture = 0;  // unused by the untextured program
+    BlendMode blend = BlendMode::Inherit;
+    const float* vertices = nullptr;  // kBatchVertexFloats per vertex
+    int32_t vertexCount = 0;
+    const uint16_t* indices = nullptr;  // triangles
+    int32_t indexCount = 0;
+    int32_t meshCount = 0;
+};
+
+}  // namespace kesto
