@@ -16,6 +16,13 @@ namespace kesto {
 extern std::atomic<int32_t> g_newCount;
 extern std::atomic<int32_t> g_newArrayCount;
 
+// Process-wide pixel memory, shown with the environment's resource statistics. Here rather than
+// in image/ so that the environment, a layer below, can print them.
+extern std::atomic<int32_t> g_bitmapCount;
+extern std::atomic<int32_t> g_bitmapBytes;
+extern std::atomic<int32_t> g_glTextureCount;
+extern std::atomic<int32_t> g_glTextureBytes;
+
 template <class T, class... Args>
 T* NewObject(Args&&... args) {
     T* object = new (std::nothrow) T(std::forward<Args>(args)...);

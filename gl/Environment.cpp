@@ -5,8 +5,6 @@
 
 #include "core/Accounting.h"
 #include "gl/Context.h"
-#include "image/Bitmap.h"
-#include "image/Texture.h"
 #include "platform/Log.h"
 #include "shader/Shader.h"
 #include "shader/ShaderProgram.h"
@@ -150,10 +148,9 @@ void Environment::LogResourceCount() {
     KLOGI("Shader %d %d", Read(Shader::GLShadersCount), Read(Shader::ShadersCount));
     KLOGI("ShaderProgram %d %d", Read(ShaderProgram::GLProgramsCount),
           Read(ShaderProgram::ProgramsCount));
-    KLOGI("Bitmap %d %d %d", Read(bitmapCount), Read(Bitmap::BitmapCount),
-          Read(Bitmap::BitmapBytes));
-    KLOGI("Texture %d GL %d %d", Read(textureCount), Read(Texture::GLTexturesCount),
-          Read(Texture::GLTexturesBytes));
+    KLOGI("Bitmap %d %d %d", Read(bitmapCount), Read(g_bitmapCount), Read(g_bitmapBytes));
+    KLOGI("Texture %d GL %d %d", Read(textureCount), Read(g_glTextureCount),
+          Read(g_glTextureBytes));
     KLOGI("GLArrayBuffer %d", Read(glArrayBufferCount));
     KLOGI("new %d", Read(g_newCount));
     KLOGI("new [] %d", Read(g_newArrayCount));

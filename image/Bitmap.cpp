@@ -11,8 +11,8 @@ KESTO_LOG_TAG("KestoBmp");
 
 namespace kesto {
 
-std::atomic<int32_t> Bitmap::BitmapCount{0};
-std::atomic<int32_t> Bitmap::BitmapBytes{0};
+std::atomic<int32_t>& Bitmap::BitmapCount = g_bitmapCount;
+std::atomic<int32_t>& Bitmap::BitmapBytes = g_bitmapBytes;
 
 namespace {
 

@@ -24,8 +24,8 @@ class Bitmap {
     int32_t bufferBytes = 0;
 
     // Live bitmaps of every kind (embedded ones included) and the bytes of their buffers.
-    static std::atomic<int32_t> BitmapCount;
-    static std::atomic<int32_t> BitmapBytes;
+    static std::atomic<int32_t>& BitmapCount;
+    static std::atomic<int32_t>& BitmapBytes;
 
     Bitmap();
     explicit Bitmap(Environment* env);

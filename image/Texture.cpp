@@ -10,8 +10,8 @@ KESTO_LOG_TAG("KestoTexture");
 
 namespace kesto {
 
-std::atomic<int32_t> Texture::GLTexturesCount{0};
-std::atomic<int32_t> Texture::GLTexturesBytes{0};
+std::atomic<int32_t>& Texture::GLTexturesCount = g_glTextureCount;
+std::atomic<int32_t>& Texture::GLTexturesBytes = g_glTextureBytes;
 
 namespace {
 

@@ -42,8 +42,8 @@ class Texture : public LinkTarget {
     };
     TextureTransform* textureTransform = nullptr;
 
-    static std::atomic<int32_t> GLTexturesCount;
-    static std::atomic<int32_t> GLTexturesBytes;
+    static std::atomic<int32_t>& GLTexturesCount;
+    static std::atomic<int32_t>& GLTexturesBytes;
 
     explicit Texture(Environment* env);
     ~Texture();
