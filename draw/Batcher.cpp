@@ -58,6 +58,10 @@ bool Batcher::add(Renderer& renderer, const DrawItem& item) {
     if (item.alpha == 0.0f) {
         return true;  // the per-mesh path makes no GL call for it either
     }
+    if (item.program != nullptr &&
+        item.program == renderer.builtInProgram(Renderer::PROGRAM_BLUR)) {
+        return decline(renderer, FrameStats::BREAK_BLUR);
+    }
     if (item.textureKind == DrawItem::TextureKind::External || item.hasUniforms) {
         return decline(renderer, FrameStats::BREAK_CUSTOM);
     }
@@ -67,9 +71,7 @@ bool Batcher::add(Renderer& renderer, const DrawItem& item) {
                               : item.program == renderer.builtInProgram(Renderer::PROGRAM_DEFAULT);
     if (item.program != nullptr && !textured &&
         item.program != renderer.builtInProgram(Renderer::PROGRAM_NO_TEXTURE)) {
-        return decline(renderer, item.program == renderer.builtInProgram(Renderer::PROGRAM_BLUR)
-                                     ? FrameStats::BREAK_BLUR
-                                     : FrameStats::BREAK_CUSTOM);
+        return decline(renderer, FrameStats::BREAK_CUSTOM);
     }
     const VertexBuffer* vertices = item.vertices;
     const int32_t count = vertices != nullptr ? static_cast<int32_t>(vertices->vertexCount) : 0;

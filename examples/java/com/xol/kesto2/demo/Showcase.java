@@ -35,6 +35,10 @@ public final class Showcase {
         /** The median of STEADY_FRAMES frames drawn and presented after it. */
         public double frameMillis;
         public double hitTestMillis;
+        /** The first frame again with batching off, and both frames' statistics. */
+        public Bitmap perMeshSnapshot;
+        public int[] batchedStatistics = new int[Kesto2.STAT_COUNT];
+        public int[] perMeshStatistics = new int[Kesto2.STAT_COUNT];
     }
 
     static final int STEADY_FRAMES = 30;
@@ -114,6 +118,13 @@ public final class Showcase {
     private static int card(int x, int y) {
         boolean border = x < 6 || y < 6 || x >= 134 || y >= 94;
         return border ? 0xFFFFFFFF : argb(0.2 + 0.6 * x / 140.0, 0.3, 0.8 - 0.5 * y / 100.0);
+    }
+
+    /** A soft white disc, premultiplied as the engine blends it. */
+    private static int spark(int x, int y) {
+        double r = Math.hypot(x - 7.5, y - 7.5) / 8;
+        int a = (int) Math.round(255 * Math.min(1, 1.6 * Math.max(0, 1 - r * r)));
+        return a << 24 | a << 16 | a << 8 | a;
     }
 
     private static int stripes(int x, int y) {
@@ -281,6 +292,18 @@ public final class Showcase {
                 20, 40, 420, 140, false), "Window_NativeRenderPartialSceneToTexture");
         sprite("thumbnail", root, thumbnailTexture, 240, 80, 160, 410, 3);
 
+        step("48 tinted sparks sharing one texture: drawn with one call");
+        int sparkTexture = textureFromJava(picture(16, 16, Showcase::spark));
+        for (int i = 0; i < 48; ++i) {
+            float size = 16 + i * 7 % 5 * 5;
+            int spark = sprite("spark " + i, root, sparkTexture, size, size,
+                    335 + i % 12 * 38 + i * 13 % 11, 372 + i / 12 * 24 + i * 7 % 9, 4);
+            Kesto2.SceneNode_SetRotate(spark, 0f, 0f, i * 29f);
+            Kesto2.Sprite_SetRGBOperation(spark, 0, 1);
+            Kesto2.Sprite_SetColor(spark, 0, 255, 150 + i * 45 % 106, 60 + i * 71 % 196);
+            Kesto2.Sprite_SetAlpha(spark, 0, 190 + i * 23 % 66);
+        }
+
         step("render");
         Result result = new Result();
         long start = System.nanoTime();
@@ -292,7 +315,19 @@ public final class Showcase {
         if (result.snapshot == null) {
             throw new IllegalStateException("Window_NativeGetSnapshot failed (see the engine log)");
         }
+        Kesto2.Window_GetFrameStatistics(window, result.batchedStatistics);
         check(Kesto2.Window_Present(window), "Window_Present");
+
+        step("the same frame drawn mesh by mesh");
+        Kesto2.Window_SetBatching(window, false);
+        Kesto2.Window_RenderWithoutPresent(window);
+        result.perMeshSnapshot = Kesto2.Window_NativeGetSnapshot(window, 0, 0, 0, 0);
+        Kesto2.Window_GetFrameStatistics(window, result.perMeshStatistics);
+        Kesto2.Window_SetBatching(window, true);
+        check(Kesto2.Window_Present(window), "Window_Present");
+        step(String.format("%d meshes: %d draw calls batched, %d mesh by mesh",
+                result.batchedStatistics[Kesto2.STAT_MESHES], result.batchedStatistics[Kesto2.STAT_DRAW_CALLS],
+                result.perMeshStatistics[Kesto2.STAT_DRAW_CALLS]));
 
         step("steady frames and a hit test");
         double[] frames = new double[STEADY_FRAMES];

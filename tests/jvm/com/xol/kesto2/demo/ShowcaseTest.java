@@ -4,6 +4,7 @@ import static org.junit.Assert.assertEquals;
 import static org.junit.Assert.assertTrue;
 
 import android.graphics.Bitmap;
+import com.xol.kesto2.Kesto2;
 import java.io.File;
 import javax.imageio.ImageIO;
 import org.junit.BeforeClass;
@@ -32,6 +33,28 @@ public class ShowcaseTest {
 
     private static int at(int x, int y) {
         return result.snapshot.getPixel(x, y);
+    }
+
+    @Test
+    public void bothDrawPathsGiveTheSamePictureBatchingWithFewerDraws() {
+        Bitmap perMesh = result.perMeshSnapshot;
+        int differing = 0;
+        for (int y = 0; y < Showcase.HEIGHT; ++y) {
+            for (int x = 0; x < Showcase.WIDTH; ++x) {
+                differing += at(x, y) != perMesh.getPixel(x, y) ? 1 : 0;
+            }
+        }
+        assertEquals("pixels differing between the paths", 0, differing);
+        int[] batched = result.batchedStatistics, single = result.perMeshStatistics;
+        assertEquals(batched[Kesto2.STAT_MESHES], single[Kesto2.STAT_MESHES]);
+        assertEquals(single[Kesto2.STAT_MESHES], single[Kesto2.STAT_DRAW_CALLS]);
+        assertEquals(0, single[Kesto2.STAT_BATCHES]);
+        assertTrue(batched[Kesto2.STAT_DRAW_CALLS] + " of " + single[Kesto2.STAT_DRAW_CALLS],
+                batched[Kesto2.STAT_DRAW_CALLS] < single[Kesto2.STAT_DRAW_CALLS]);
+        // The scissor and the blur levels other than the highest end runs.
+        assertTrue(batched[Kesto2.STAT_BREAK_SCISSOR] > 0);
+        assertTrue(batched[Kesto2.STAT_BREAK_BLUR] > 0);
+        assertTrue(batched[Kesto2.STAT_TEXTURE_BYTES] > Showcase.WIDTH * Showcase.HEIGHT * 4);
     }
 
     @Test
