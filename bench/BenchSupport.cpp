@@ -7,7 +7,9 @@
 #include <chrono>
 #include <cstdarg>
 #include <cstdio>
+#include <cstdlib>
 #include <cstring>
+#include <ctime>
 #include <fstream>
 #include <random>
 #include <sstream>
@@ -57,6 +59,25 @@ uint32_t NowMillis() {
 double NowSeconds() {
     return std::chrono::duration<double>(std::chrono::steady_clock::now().time_since_epoch())
         .count();
+}
+
+double ThreadCpuSeconds() {
+    timespec now{};
+    clock_gettime(CLOCK_THREAD_CPUTIME_ID, &now);
+    return now.tv_sec + now.tv_nsec * 1e-9;
+}
+
+PixelDifference ComparePixels(const std::vector<uint8_t>& a, const std::vector<uint8_t>& b) {
+    PixelDifference difference;
+    for (size_t i = 0; i + 3 < a.size() && i + 3 < b.size(); i += 4) {
+        int largest = 0;
+        for (size_t c = i; c < i + 4; ++c) {
+            largest = std::max(largest, std::abs(a[c] - b[c]));
+        }
+        difference.pixels += largest != 0 ? 1 : 0;
+        difference.maxChannel = std::max(difference.maxChannel, largest);
+    }
+    return difference;
 }
 
 bool Results::load(const std::string& path) {
@@ -216,20 +237,31 @@ const CollectingReporter::Entry* CollectingReporter::find(const std::string& nam
 }
 
 std::optional<double> CollectingReporter::medianSeconds(const std::string& prefix) const {
-    return median(prefix, &Entry::seconds);
+    return median(prefix, [](const Entry& entry) { return entry.seconds; });
 }
 
 std::optional<double> CollectingReporter::medianCpuSeconds(const std::string& prefix) const {
-    return median(prefix, &Entry::cpuSeconds);
+    return median(prefix, [](const Entry& entry) { return entry.cpuSeconds; });
 }
 
-std::optional<double> CollectingReporter::median(const std::string& prefix,
-                                                 double Entry::*field) const {
+std::optional<double> CollectingReporter::medianCounter(const std::string& prefix,
+                                                        const std::string& counter) const {
+    return median(prefix, [&](const Entry& entry) -> std::optional<double> {
+        const auto found = entry.counters.find(counter);
+        return found != entry.counters.end() ? std::optional<double>(found->second) : std::nullopt;
+    });
+}
+
+std::optional<double> CollectingReporter::median(
+    const std::string& prefix,
+    const std::function<std::optional<double>(const Entry&)>& value) const {
     std::vector<double> values;
     const std::string start = prefix + "/round:";
     for (const auto& [name, entry] : entries_) {
         if (name.rfind(start, 0) == 0) {
-            values.push_back(entry.*field);
+            if (const auto v = value(entry)) {
+                values.push_back(*v);
+            }
         }
     }
     if (values.empty()) {

@@ -42,6 +42,16 @@ std::vector<uint32_t> MakePixels(int size);
 // Milliseconds on a monotonic clock, low 32 bits.
 uint32_t NowMillis();
 double NowSeconds();
+// CPU time of the calling thread alone, without the GL driver's own threads.
+double ThreadCpuSeconds();
+
+// Two RGBA8888 images of one size: how many pixels differ, and the largest difference of one
+// channel anywhere.
+struct PixelDifference {
+    long pixels = 0;
+    int maxChannel = 0;
+};
+PixelDifference ComparePixels(const std::vector<uint8_t>& a, const std::vector<uint8_t>& b);
 
 // "key value" lines; a value runs to the end of its line.
 class Results {
@@ -100,10 +110,14 @@ class CollectingReporter : public benchmark::ConsoleReporter {
     // Median over the runs whose names are `prefix` followed by "/round:<r>".
     std::optional<double> medianSeconds(const std::string& prefix) const;
     std::optional<double> medianCpuSeconds(const std::string& prefix) const;
+    std::optional<double> medianCounter(const std::string& prefix,
+                                        const std::string& counter) const;
     std::ostream& out() { return GetOutputStream(); }
 
   private:
-    std::optional<double> median(const std::string& prefix, double Entry::*field) const;
+    std::optional<double> median(
+        const std::string& prefix,
+        const std::function<std::optional<double>(const Entry&)>& value) const;
 
     std::map<std::string, Entry> entries_;
 };

@@ -88,21 +88,6 @@ void PrintTallies(const Trace& engine, const Trace& other, const char* otherName
     }
 }
 
-std::vector<uint8_t> ReadWindow() {
-    std::vector<uint8_t> pixels(static_cast<size_t>(kWindowWidth) * kWindowHeight * 4);
-    glPixelStorei(GL_PACK_ALIGNMENT, 4);
-    glReadPixels(0, 0, kWindowWidth, kWindowHeight, GL_RGBA, GL_UNSIGNED_BYTE, pixels.data());
-    return pixels;
-}
-
-long DifferingPixels(const std::vector<uint8_t>& a, const std::vector<uint8_t>& b) {
-    long differing = 0;
-    for (size_t i = 0; i + 3 < a.size() && i + 3 < b.size(); i += 4) {
-        differing += std::memcmp(&a[i], &b[i], 4) != 0 ? 1 : 0;
-    }
-    return differing;
-}
-
 struct FrameCheck {
     Trace engine;
     Trace floor;
@@ -148,14 +133,14 @@ FrameCheck CheckFrame(Harness& harness, Texture* texture, int count) {
         Recording recording(&check.floor);
         floor.present();
     }
-    check.pixelsDiffering = DifferingPixels(enginePixels, floorPixels);
+    check.pixelsDiffering = ComparePixels(enginePixels, floorPixels).pixels;
     std::vector<uint8_t> background(enginePixels.size());
     for (size_t i = 0; i < background.size(); i += 4) {
         for (int c = 0; c < 4; ++c) {
             background[i + c] = static_cast<uint8_t>(std::lround(kClearColor[c] * 255));
         }
     }
-    check.pixelsDrawn = DifferingPixels(enginePixels, background);
+    check.pixelsDrawn = ComparePixels(enginePixels, background).pixels;
     return check;
 }
 

@@ -81,6 +81,13 @@ void Harness::swapIntervalRange(int* minimum, int* maximum) const {
     *maximum = high;
 }
 
+std::vector<uint8_t> ReadWindow() {
+    std::vector<uint8_t> pixels(static_cast<size_t>(kWindowWidth) * kWindowHeight * 4);
+    glPixelStorei(GL_PACK_ALIGNMENT, 4);
+    glReadPixels(0, 0, kWindowWidth, kWindowHeight, GL_RGBA, GL_UNSIGNED_BYTE, pixels.data());
+    return pixels;
+}
+
 std::unique_ptr<Texture> MakeSpriteTexture(Environment* env) {
     const std::vector<uint32_t> pixels = MakePixels(kSpriteSize);
     Bitmap bitmap;

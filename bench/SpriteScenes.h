@@ -60,6 +60,9 @@ class EngineSprites {
     static Vector PositionOf(const Placement& placement);
 };
 
+// The whole window, bottom row first, as RGBA8888.
+std::vector<uint8_t> ReadWindow();
+
 // A texture of MakePixels(16), pending upload on the render thread.
 std::unique_ptr<Texture> MakeSpriteTexture(Environment* env);
 
