@@ -1,7 +1,7 @@
 // kesto_bench_calls: traces every GL and EGL call (through the generated stand-ins, which this
 // executable exports in place of the libraries' functions) to check that the floor issues exactly
-// the engine's calls and draws the same pixels, that the upload comparison compares like with
-// like, and that changing a blur level issues no GL call at all.
+// the engine's calls and draws the same pixels (as the limit must), that the upload comparison
+// compares like with like, and that changing a blur level issues no GL call at all.
 #include <dlfcn.h>
 
 #include <cmath>
@@ -93,10 +93,12 @@ struct FrameCheck {
     Trace floor;
     long pixelsDiffering = 0;
     long pixelsDrawn = 0;  // engine pixels not of the background colour
+    PixelDifference limitFromFloor;
 };
 
 // One frame of each, each right after a frame of its own so that both are in the steady state
 // (the back buffer cleared by the previous present); pixels read back between render and present.
+// The limit is only compared by pixels: its calls differ by design.
 FrameCheck CheckFrame(Harness& harness, Texture* texture, int count) {
     FrameCheck check;
     Window* window = harness.window.get();
@@ -141,6 +143,13 @@ FrameCheck CheckFrame(Harness& harness, Texture* texture, int count) {
         }
     }
     check.pixelsDrawn = ComparePixels(enginePixels, background).pixels;
+
+    LimitSprites limit(harness, sprites);
+    limit.bind();
+    limit.render();
+    check.limitFromFloor = ComparePixels(ReadWindow(), floorPixels);
+    limit.present();
+    limit.unbind();
     return check;
 }
 
@@ -191,6 +200,12 @@ int main(int argc, char** argv) {
                     static_cast<double>(check.pixelsDiffering));
         results.set(Format("calls.frame.%d.pixels_drawn", count),
                     static_cast<double>(check.pixelsDrawn));
+        std::printf("    limit vs floor: %ld pixels differ (max channel diff %d)\n",
+                    check.limitFromFloor.pixels, check.limitFromFloor.maxChannel);
+        results.set(Format("calls.frame.%d.limit_pixels_differing", count),
+                    static_cast<double>(check.limitFromFloor.pixels));
+        results.set(Format("calls.frame.%d.limit_max_channel_diff", count),
+                    check.limitFromFloor.maxChannel);
         engineTotals[count] = check.engine.size();
     }
     const double perSprite =

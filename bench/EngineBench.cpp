@@ -2,9 +2,11 @@
 // the call check's figures read from the files their executables wrote earlier in the same run).
 #include <malloc.h>
 
+#include <algorithm>
 #include <cmath>
 #include <cstdio>
 #include <cstring>
+#include <functional>
 #include <iostream>
 #include <map>
 #include <memory>
@@ -27,12 +29,19 @@ struct HitPoints {
     bool ready = false;
 };
 
+// Ratios of the two sides of a pair, one a round: wall clock and process CPU, by sprite count.
+struct Ratios {
+    std::map<int, std::vector<double>> wall;
+    std::map<int, std::vector<double>> cpu;
+};
+
 struct State {
     Options options;
     Harness harness;
     std::unique_ptr<Texture> spriteTexture;
     std::map<int, std::unique_ptr<EngineSprites>> engine;
     std::map<int, std::unique_ptr<FloorSprites>> floor;
+    std::map<int, std::unique_ptr<LimitSprites>> limit;
     std::map<int, HitPoints> hitPoints;
     std::unique_ptr<Bitmap> uploadBitmap;
     std::unique_ptr<Texture> blurSource;
@@ -42,8 +51,8 @@ struct State {
     bool haveCalls = false;
     double framePeakMiB = 0;
     std::string loadBefore;
-    std::map<int, std::vector<double>> floorRatios;
-    std::map<int, std::vector<double>> floorCpuRatios;
+    Ratios floorRatios;
+    Ratios limitRatios;  // engine / limit
     std::vector<double> uploadRatios;
 };
 
@@ -58,7 +67,7 @@ void EngineFrame() {
     TheWindow()->present();
 }
 
-// Both versions of an N-sprite scene, each drawn twice so that buffers exist and caches are warm.
+// Every version of an N-sprite scene, each drawn twice so that buffers exist and caches are warm.
 void Prepare(int count) {
     if (g->engine.count(count) != 0) {
         return;
@@ -69,12 +78,20 @@ void Prepare(int count) {
     EngineFrame();
     EngineFrame();
     auto floor = std::make_unique<FloorSprites>(g->harness, *sprites);
-    floor->render();
-    floor->present();
-    floor->render();
-    floor->present();
+    auto limit = std::make_unique<LimitSprites>(g->harness, *sprites);
+    for (int i = 0; i < 2; ++i) {
+        floor->render();
+        floor->present();
+    }
+    limit->bind();
+    for (int i = 0; i < 2; ++i) {
+        limit->render();
+        limit->present();
+    }
+    limit->unbind();
     g->engine[count] = std::move(sprites);
     g->floor[count] = std::move(floor);
+    g->limit[count] = std::move(limit);
 }
 
 size_t HeapInUse() {
@@ -181,23 +198,40 @@ void RegisterFrames() {
             auto floor = [count](benchmark::State& state) {
                 Prepare(count);
                 FloorSprites& scene = *g->floor[count];
-                scene.render();
-                scene.present();
-                for (auto _ : state) {
+                auto frame = [&scene] {
                     scene.render();
                     scene.present();
+                };
+                frame();
+                for (auto _ : state) {
+                    frame();
                 }
                 g->framePeakMiB = PeakResidentMiB();
             };
-            const std::string engineName = RoundName(Format("frame/engine/%d", count), round);
-            const std::string floorName = RoundName(Format("frame/floor/%d", count), round);
-            // Alternate which side goes first, so that drift does not favour one.
-            for (int side = 0; side < 2; ++side) {
-                const bool engineNow = (side == 0) == (round % 2 == 1);
-                benchmark::RegisterBenchmark(engineNow ? engineName.c_str() : floorName.c_str(),
-                                             [engine, floor, engineNow](benchmark::State& state) {
-                                                 engineNow ? engine(state) : floor(state);
-                                             })
+            auto limit = [count](benchmark::State& state) {
+                Prepare(count);
+                LimitSprites& scene = *g->limit[count];
+                auto frame = [&scene] {
+                    scene.render();
+                    scene.present();
+                };
+                scene.bind();
+                frame();
+                for (auto _ : state) {
+                    frame();
+                }
+                scene.unbind();
+                g->framePeakMiB = PeakResidentMiB();
+            };
+            std::vector<std::pair<const char*, std::function<void(benchmark::State&)>>> sides = {
+                {"engine", engine}, {"floor", floor}, {"limit", limit}};
+            // Reverse the order every other round, so that drift does not favour one side.
+            if (round % 2 == 0) {
+                std::reverse(sides.begin(), sides.end());
+            }
+            for (const auto& [side, run] : sides) {
+                benchmark::RegisterBenchmark(
+                    RoundName(Format("frame/%s/%d", side, count), round).c_str(), run)
                     ->MinTime(minTime)
                     ->MeasureProcessCPUTime()
                     ->UseRealTime()
@@ -394,7 +428,7 @@ void RegisterBlur() {
 bool ParseRound(const std::string& name, const char* family, std::string* side, int* count,
                 int* round) {
     char sideText[32] = {};
-    if (std::sscanf(name.c_str(), (std::string(family) + "/%31[a-z_]/%d/round:%d").c_str(),
+    if (std::sscanf(name.c_str(), (std::string(family) + "/%31[a-z_-]/%d/round:%d").c_str(),
                     sideText, count, round) != 3) {
         return false;
     }
@@ -407,21 +441,27 @@ void OnRun(const std::string& name, CollectingReporter& reporter) {
     std::string side;
     int count = 0, round = 0;
     if (ParseRound(name, "frame", &side, &count, &round)) {
-        const auto* engine = reporter.find(RoundName(Format("frame/engine/%d", count), round));
-        const auto* floor = reporter.find(RoundName(Format("frame/floor/%d", count), round));
-        if (engine != nullptr && floor != nullptr) {
-            const double ratio = engine->seconds / floor->seconds;
-            const double cpuRatio = engine->cpuSeconds / floor->cpuSeconds;
-            g->floorRatios[count].push_back(ratio);
-            g->floorCpuRatios[count].push_back(cpuRatio);
-            out << Format("    engine / floor, N = %d, round %d: %.3f (process CPU: %.3f)\n", count,
+        // Once the second side of a pair has run in this round.
+        auto pair = [&](const char* a, const char* b, Ratios* ratios) {
+            const auto* first = reporter.find(RoundName(Format("frame/%s/%d", a, count), round));
+            const auto* second = reporter.find(RoundName(Format("frame/%s/%d", b, count), round));
+            if ((side != a && side != b) || first == nullptr || second == nullptr) {
+                return;
+            }
+            const double ratio = first->seconds / second->seconds;
+            const double cpuRatio = first->cpuSeconds / second->cpuSeconds;
+            ratios->wall[count].push_back(ratio);
+            ratios->cpu[count].push_back(cpuRatio);
+            out << Format("    %s / %s, N = %d, round %d: %.3f (process CPU: %.3f)\n", a, b, count,
                           round, ratio, cpuRatio);
-        }
+        };
+        pair("engine", "floor", &g->floorRatios);
+        pair("engine", "limit", &g->limitRatios);
         const auto peer = g->peer.number(Format("peer.frame_ms.%d", count));
         if (side == "engine" && peer) {
             out << Format(
                 "    engine / SDL2, N = %d: %.3f (SDL2 median %.3f ms, its own process)\n", count,
-                engine->seconds * 1e3 / *peer, *peer);
+                reporter.find(name)->seconds * 1e3 / *peer, *peer);
         }
         return;
     }
@@ -507,45 +547,58 @@ void PrintTable(const CollectingReporter& reporter, const MachineInfo& machine,
 
     std::vector<double> counts, engineMs, floorMs, peerMs;
     for (int count : kSpriteCounts) {
-        const auto engine = median(Format("frame/engine/%d", count));
-        const auto floor = median(Format("frame/floor/%d", count));
+        auto prefix = [count](const char* side) { return Format("frame/%s/%d", side, count); };
+        const auto engine = median(prefix("engine"));
+        const auto floor = median(prefix("floor"));
         const auto peer = g->peer.number(Format("peer.frame_ms.%d", count));
-        const auto peerUnbatched = g->peer.number(Format("peer_unbatched.frame_ms.%d", count));
-        auto withCpu = [&](const std::optional<double>& wall, const std::string& prefix) {
-            const auto cpu = reporter.medianCpuSeconds(prefix);
-            return wall && cpu ? Format("%.3f ms (CPU %.3f ms)", *wall * 1e3, *cpu * 1e3) : na;
+        auto frameRow = [&](const char* side, const char* label) {
+            const auto wall = median(prefix(side));
+            const auto cpu = reporter.medianCpuSeconds(prefix(side));
+            add(Format("frame, %s, N=%d", label, count),
+                wall && cpu ? Format("%.3f ms (CPU %.3f ms)", *wall * 1e3, *cpu * 1e3) : na);
         };
-        add(Format("frame, engine, N=%d", count),
-            withCpu(engine, Format("frame/engine/%d", count)));
-        add(Format("frame, floor, N=%d", count), withCpu(floor, Format("frame/floor/%d", count)));
-        if (g->floorRatios.count(count) != 0) {
-            const double ratio = Median(g->floorRatios[count]);
-            if (count >= 1000) {
-                add(Format("  engine / floor, N=%d", count), Format("%.3f", ratio), "<= 1.10",
-                    target(true, ratio <= 1.10));
-            } else {
-                add(Format("  engine / floor, N=%d", count), Format("%.3f", ratio));
+        // A ratio of medians, with its target where `goal` is given.
+        auto ratioRow = [&](const std::string& figure, std::optional<double> ratio,
+                            const char* goal = nullptr, double bound = 0) {
+            const std::string value = ratio ? Format("%.3f", *ratio) : na;
+            if (goal != nullptr) {
+                add(figure, value, goal, target(ratio.has_value(), ratio && *ratio <= bound));
+            } else if (ratio) {
+                add(figure, value);
             }
-            add(Format("  engine / floor, process CPU, N=%d", count),
-                Format("%.3f", Median(g->floorCpuRatios[count])));
-        } else if (count >= 1000) {
-            add(Format("  engine / floor, N=%d", count), na, "<= 1.10", target(false, false));
-        }
-        auto peerFigure = [&](const char* key) {
+        };
+        // The median of a pair's per-round ratios, and their process CPU beside it.
+        auto pairRows = [&](const char* label, const Ratios& ratios, const char* goal,
+                            double bound) {
+            const auto wall = ratios.wall.find(count);
+            const bool known = wall != ratios.wall.end();
+            ratioRow(Format("  %s, N=%d", label, count),
+                     known ? std::optional<double>(Median(wall->second)) : std::nullopt, goal,
+                     bound);
+            if (known) {
+                add(Format("  %s, process CPU, N=%d", label, count),
+                    Format("%.3f", Median(ratios.cpu.at(count))));
+            }
+        };
+        frameRow("engine", "engine");
+        frameRow("floor", "floor");
+        pairRows("engine / floor", g->floorRatios, count >= 1000 ? "<= 1.10" : nullptr, 1.10);
+        frameRow("limit", "limit");
+        pairRows("engine / limit", g->limitRatios,
+                 count == kSpriteCounts.back() ? "<= 1.05" : nullptr, 1.05);
+
+        auto peerRows = [&](const char* key, const char* label) {
             const auto wall = g->peer.number(Format("%s.frame_ms.%d", key, count));
             const auto cpu = g->peer.number(Format("%s.frame_cpu_ms.%d", key, count));
-            return wall && cpu ? Format("%.3f ms (CPU %.3f ms)", *wall, *cpu) : na;
+            add(Format("frame, SDL2 %s, N=%d", label, count),
+                wall && cpu ? Format("%.3f ms (CPU %.3f ms)", *wall, *cpu) : na);
+            auto over = [&](const std::optional<double>& ours) {
+                return ours && wall ? std::optional<double>(*ours * 1e3 / *wall) : std::nullopt;
+            };
+            ratioRow(Format("  engine / SDL2 %s, N=%d", label, count), over(engine));
         };
-        add(Format("frame, SDL2 batched, N=%d", count), peerFigure("peer"));
-        if (engine && peer) {
-            add(Format("  engine / SDL2 batched, N=%d", count),
-                Format("%.3f", *engine * 1e3 / *peer));
-        }
-        add(Format("frame, SDL2 unbatched, N=%d", count), peerFigure("peer_unbatched"));
-        if (engine && peerUnbatched) {
-            add(Format("  engine / SDL2 unbatched, N=%d", count),
-                Format("%.3f", *engine * 1e3 / *peerUnbatched));
-        }
+        peerRows("peer", "batched");
+        peerRows("peer_unbatched", "unbatched");
         if (engine && floor) {
             counts.push_back(count);
             engineMs.push_back(*engine * 1e3);
@@ -624,7 +677,7 @@ void PrintTable(const CollectingReporter& reporter, const MachineInfo& machine,
         add(Format("heap per sprite, N=%d", kMemoryCount),
             Format("%.0f B", memory->counters.at("bytes_per_sprite")));
     }
-    add("peak RSS, frame benchmarks (engine and floor)",
+    add("peak RSS, frame benchmarks (engine, floor, limit)",
         g->framePeakMiB > 0 ? Format("%.1f MiB", g->framePeakMiB) : na);
     if (const auto rss = g->peer.number("peer.maxrss_mib")) {
         add("peak RSS, SDL2 process", Format("%.1f MiB", *rss));
@@ -638,6 +691,22 @@ void PrintTable(const CollectingReporter& reporter, const MachineInfo& machine,
             add(Format("GL+EGL calls a frame, N=%d: engine / floor", count),
                 Format("%.0f / %.0f, %s, %.0f pixels differ", *engine, *floor,
                        *same != 0 ? "same sequence" : "DIFFERENT sequence", *pixels));
+        }
+        auto pixelDifference = [&](const char* key) -> std::optional<std::pair<double, double>> {
+            const auto differ =
+                g->calls.number(Format("calls.frame.%d.%s_pixels_differing", count, key));
+            const auto diff =
+                g->calls.number(Format("calls.frame.%d.%s_max_channel_diff", count, key));
+            if (!differ || !diff) {
+                return std::nullopt;
+            }
+            return std::make_pair(*differ, *diff);
+        };
+        auto describe = [](const std::pair<double, double>& d) {
+            return Format("%.0f differ (max channel diff %.0f)", d.first, d.second);
+        };
+        if (const auto limit = pixelDifference("limit")) {
+            add(Format("limit vs floor pixels, N=%d", count), describe(*limit));
         }
     }
     if (const auto perSprite = g->calls.number("calls.frame.per_sprite")) {
@@ -698,18 +767,22 @@ void SaveResults(const CollectingReporter& reporter) {
         return;
     }
     Results results;
-    for (const char* family : {"frame/engine", "frame/floor"}) {
+    for (const char* side : {"engine", "floor", "limit"}) {
         for (int count : kSpriteCounts) {
-            if (const auto median = reporter.medianSeconds(Format("%s/%d", family, count))) {
-                results.set(Format("%s/%d_ms", family, count), *median * 1e3);
+            const std::string prefix = Format("frame/%s/%d", side, count);
+            if (const auto median = reporter.medianSeconds(prefix)) {
+                results.set(prefix + "_ms", *median * 1e3);
             }
         }
     }
-    for (const auto& [count, ratios] : g->floorRatios) {
+    for (const auto& [count, ratios] : g->floorRatios.wall) {
         results.set(Format("ratio/engine_floor/%d", count), Median(ratios));
     }
-    for (const auto& [count, ratios] : g->floorCpuRatios) {
+    for (const auto& [count, ratios] : g->floorRatios.cpu) {
         results.set(Format("ratio/engine_floor_cpu/%d", count), Median(ratios));
+    }
+    for (const auto& [count, ratios] : g->limitRatios.wall) {
+        results.set(Format("ratio/engine_limit/%d", count), Median(ratios));
     }
     if (!g->uploadRatios.empty()) {
         results.set("ratio/upload", Median(g->uploadRatios));
@@ -775,6 +848,7 @@ int main(int argc, char** argv) {
     PrintTable(reporter, machine, gl, swapMin, swapMax);
     SaveResults(reporter);
 
+    state.limit.clear();
     state.floor.clear();
     state.engine.clear();
     state.blurSource.reset();

@@ -22,6 +22,13 @@ namespace {
 // The engine's vertex layout for a quad: x, y, z, u, v per vertex, as a triangle strip of
 // top-left, bottom-left, top-right, bottom-right.
 constexpr GLsizei kStride = 20;
+constexpr float kHalf = kSpriteSize * 0.5f;
+constexpr float kQuad[4][5] = {{-kHalf, kHalf, 0.0f, 0.0f, 0.0f},
+                               {-kHalf, -kHalf, 0.0f, 0.0f, 1.0f},
+                               {kHalf, kHalf, 0.0f, 1.0f, 0.0f},
+                               {kHalf, -kHalf, 0.0f, 1.0f, 1.0f}};
+// The limit's indices are 16-bit, which every GLES2 has.
+static_assert(4 * kSpriteCounts.back() <= 65536);
 
 }  // namespace
 
@@ -175,17 +182,12 @@ FloorSprites::FloorSprites(Harness& harness, EngineSprites& engine)
     glTexImage2D(GL_TEXTURE_2D, 0, GL_RGBA, kSpriteSize, kSpriteSize, 0, GL_RGBA, GL_UNSIGNED_BYTE,
                  pixels.data());
 
-    const float half = kSpriteSize * 0.5f;
-    const float quad[4][5] = {{-half, half, 0.0f, 0.0f, 0.0f},
-                              {-half, -half, 0.0f, 0.0f, 1.0f},
-                              {half, half, 0.0f, 1.0f, 0.0f},
-                              {half, -half, 0.0f, 1.0f, 1.0f}};
     buffers_.resize(engine.sprites.size());
     modelViews_.resize(engine.sprites.size());
     glGenBuffers(static_cast<GLsizei>(buffers_.size()), buffers_.data());
     for (size_t i = 0; i < buffers_.size(); ++i) {
         glBindBuffer(GL_ARRAY_BUFFER, buffers_[i]);
-        glBufferData(GL_ARRAY_BUFFER, sizeof quad, quad, GL_STATIC_DRAW);
+        glBufferData(GL_ARRAY_BUFFER, sizeof kQuad, kQuad, GL_STATIC_DRAW);
         Matrix::TransformMultiply(&modelViews_[i], engine.sprites[i]->getWorldTransform(nullptr),
                                   view);
     }
@@ -252,6 +254,101 @@ void FloorSprites::present() {
     glClear(GL_COLOR_BUFFER_BIT | GL_DEPTH_BUFFER_BIT | GL_STENCIL_BUFFER_BIT);
     presented_ = true;
     lastClearTime_ = NowMillis();
+}
+
+LimitSprites::LimitSprites(Harness& harness, EngineSprites& engine)
+    : display_(harness.env->eglDisplay),
+      surface_(harness.window->eglSurface),
+      context_(harness.context->eglContext),
+      width_(harness.window->width),
+      height_(harness.window->height) {
+    Renderer* renderer = harness.context->renderer;
+    projection_ = renderer->projectionMatrix;
+    const Matrix view = renderer->viewMatrix;
+    program_ = harness.context->getShaderProgram(DefaultShader::DEFAULT_SP)->glProgram;
+    projectionLocation_ = glGetUniformLocation(program_, "ProjectionMatrix");
+    modelViewLocation_ = glGetUniformLocation(program_, "ModelViewMatrix");
+    blendColorLocation_ = glGetUniformLocation(program_, "BlendColor");
+    alpha_ = 1.0f * static_cast<float>(kSpriteAlpha / 255.0);
+    const std::vector<uint32_t> pixels = MakePixels(kSpriteSize);
+    PlainUpload(&texture_, pixels.data(), kSpriteSize);
+
+    std::vector<float> vertices;
+    std::vector<GLushort> indices;
+    for (size_t i = 0; i < engine.sprites.size(); ++i) {
+        Matrix modelView;
+        Matrix::TransformMultiply(&modelView, engine.sprites[i]->getWorldTransform(nullptr), view);
+        for (const float* corner : kQuad) {
+            Vector p;
+            modelView.transformPosition(Vector(corner[0], corner[1], corner[2]), &p);
+            vertices.insert(vertices.end(), {p.x, p.y, p.z, corner[3], corner[4]});
+        }
+        // The strip's two triangles, vertices in the order the strip gives them.
+        for (int corner : {0, 1, 2, 2, 1, 3}) {
+            indices.push_back(static_cast<GLushort>(4 * i + corner));
+        }
+    }
+    indexCount_ = static_cast<GLsizei>(indices.size());
+    glGenBuffers(1, &vertices_);
+    glBindBuffer(GL_ARRAY_BUFFER, vertices_);
+    glBufferData(GL_ARRAY_BUFFER, vertices.size() * sizeof(float), vertices.data(), GL_STATIC_DRAW);
+    glBindBuffer(GL_ARRAY_BUFFER, 0);
+    glGenBuffers(1, &indices_);
+    glBindBuffer(GL_ELEMENT_ARRAY_BUFFER, indices_);
+    glBufferData(GL_ELEMENT_ARRAY_BUFFER, indices.size() * sizeof(GLushort), indices.data(),
+                 GL_STATIC_DRAW);
+    glBindBuffer(GL_ELEMENT_ARRAY_BUFFER, 0);
+}
+
+LimitSprites::~LimitSprites() {
+    glDeleteBuffers(1, &vertices_);
+    glDeleteBuffers(1, &indices_);
+    glDeleteTextures(1, &texture_);
+}
+
+// The state Renderer::clearStatus and the textured premultiplied path leave for a sprite, with
+// the model-view already applied to the vertices.
+void LimitSprites::bind() {
+    eglMakeCurrent(display_, surface_, surface_, context_);
+    glDisable(GL_STENCIL_TEST);
+    glDisable(GL_SCISSOR_TEST);
+    glDisable(GL_CULL_FACE);
+    glDisable(GL_DEPTH_TEST);
+    glEnable(GL_DITHER);
+    glEnable(GL_BLEND);
+    glBlendFunc(GL_ONE, GL_ONE_MINUS_SRC_ALPHA);
+    glClearColor(kClearColor[0], kClearColor[1], kClearColor[2], kClearColor[3]);
+    glViewport(0, 0, width_, height_);
+    glUseProgram(program_);
+    const Matrix identity;
+    glUniformMatrix4fv(projectionLocation_, 1, GL_FALSE, projection_.m);
+    glUniformMatrix4fv(modelViewLocation_, 1, GL_FALSE, identity.m);
+    glUniform4f(blendColorLocation_, alpha_, alpha_, alpha_, alpha_);
+    glActiveTexture(GL_TEXTURE0);
+    glBindTexture(GL_TEXTURE_2D, texture_);
+    glBindBuffer(GL_ARRAY_BUFFER, vertices_);
+    glBindBuffer(GL_ELEMENT_ARRAY_BUFFER, indices_);
+    glEnableVertexAttribArray(0);
+    glEnableVertexAttribArray(1);
+    glVertexAttribPointer(0, 3, GL_FLOAT, GL_FALSE, kStride, nullptr);
+    glVertexAttribPointer(1, 2, GL_FLOAT, GL_FALSE, kStride,
+                          reinterpret_cast<const void*>(static_cast<uintptr_t>(12)));
+}
+
+void LimitSprites::unbind() {
+    glDisableVertexAttribArray(1);
+    glDisableVertexAttribArray(0);
+    glBindBuffer(GL_ARRAY_BUFFER, 0);
+    glBindBuffer(GL_ELEMENT_ARRAY_BUFFER, 0);
+}
+
+void LimitSprites::render() {
+    glClear(GL_COLOR_BUFFER_BIT);
+    glDrawElements(GL_TRIANGLES, indexCount_, GL_UNSIGNED_SHORT, nullptr);
+}
+
+void LimitSprites::present() {
+    eglSwapBuffers(display_, surface_);
 }
 
 }  // namespace kesto::bench

@@ -104,4 +104,39 @@ class FloorSprites {
     GLenum errors_ = GL_NO_ERROR;
 };
 
+// The least a frame of this scene can cost: every quad's corners put in view space once, with the
+// floor's matrices, in one static buffer, so that a frame is a clear, one draw and the swap.
+class LimitSprites {
+  public:
+    // As FloorSprites, after an engine frame of `engine`.
+    LimitSprites(Harness& harness, EngineSprites& engine);
+    ~LimitSprites();
+    LimitSprites(const LimitSprites&) = delete;
+    LimitSprites& operator=(const LimitSprites&) = delete;
+
+    // The engine and the floor change the GL state between runs: set it before a run of frames,
+    // and leave no buffer bound after it.
+    void bind();
+    void unbind();
+    void render();
+    void present();
+
+  private:
+    EGLDisplay display_;
+    EGLSurface surface_;
+    EGLContext context_;
+    int width_;
+    int height_;
+    GLuint program_ = 0;
+    GLint projectionLocation_ = -1;
+    GLint modelViewLocation_ = -1;
+    GLint blendColorLocation_ = -1;
+    GLuint texture_ = 0;
+    float alpha_ = 1.0f;
+    Matrix projection_;
+    GLuint vertices_ = 0;
+    GLuint indices_ = 0;
+    GLsizei indexCount_ = 0;
+};
+
 }  // namespace kesto::bench
