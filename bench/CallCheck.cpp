@@ -1,7 +1,8 @@
 // kesto_bench_calls: traces every GL and EGL call (through the generated stand-ins, which this
 // executable exports in place of the libraries' functions) to check that the floor issues exactly
-// the engine's calls and draws the same pixels (as the limit must), that the upload comparison
-// compares like with like, and that changing a blur level issues no GL call at all.
+// the engine's per-mesh calls and draws the same pixels (as the limit and the batched engine
+// must), that the upload comparison compares like with like, and that changing a blur level
+// issues no GL call at all.
 #include <dlfcn.h>
 
 #include <cmath>
@@ -94,11 +95,12 @@ struct FrameCheck {
     long pixelsDiffering = 0;
     long pixelsDrawn = 0;  // engine pixels not of the background colour
     PixelDifference limitFromFloor;
+    PixelDifference batchedFromPerMesh;
 };
 
 // One frame of each, each right after a frame of its own so that both are in the steady state
 // (the back buffer cleared by the previous present); pixels read back between render and present.
-// The limit is only compared by pixels: its calls differ by design.
+// The limit and the batched engine are only compared by pixels: their calls differ by design.
 FrameCheck CheckFrame(Harness& harness, Texture* texture, int count) {
     FrameCheck check;
     Window* window = harness.window.get();
@@ -150,6 +152,14 @@ FrameCheck CheckFrame(Harness& harness, Texture* texture, int count) {
     check.limitFromFloor = ComparePixels(ReadWindow(), floorPixels);
     limit.present();
     limit.unbind();
+    {
+        BatchingScope batched(window, true);
+        window->render();
+        window->present();
+        window->render();
+        check.batchedFromPerMesh = ComparePixels(ReadWindow(), enginePixels);
+        window->present();
+    }
     return check;
 }
 
@@ -166,6 +176,8 @@ int main(int argc, char** argv) {
         std::fprintf(stderr, "kesto_bench_calls: %s\n", failure);
         return 1;
     }
+    // The floor reproduces the per-mesh sequence; batching is only switched on to compare pixels.
+    harness.window->setBatching(false);
     Results results;
     bool allSame = true;
     std::unique_ptr<Texture> texture = MakeSpriteTexture(harness.env);
@@ -200,12 +212,19 @@ int main(int argc, char** argv) {
                     static_cast<double>(check.pixelsDiffering));
         results.set(Format("calls.frame.%d.pixels_drawn", count),
                     static_cast<double>(check.pixelsDrawn));
-        std::printf("    limit vs floor: %ld pixels differ (max channel diff %d)\n",
-                    check.limitFromFloor.pixels, check.limitFromFloor.maxChannel);
+        std::printf(
+            "    limit vs floor: %ld pixels differ (max channel diff %d); batched vs "
+            "per-mesh engine: %ld differ (max channel diff %d)\n",
+            check.limitFromFloor.pixels, check.limitFromFloor.maxChannel,
+            check.batchedFromPerMesh.pixels, check.batchedFromPerMesh.maxChannel);
         results.set(Format("calls.frame.%d.limit_pixels_differing", count),
                     static_cast<double>(check.limitFromFloor.pixels));
         results.set(Format("calls.frame.%d.limit_max_channel_diff", count),
                     check.limitFromFloor.maxChannel);
+        results.set(Format("calls.frame.%d.batched_pixels_differing", count),
+                    static_cast<double>(check.batchedFromPerMesh.pixels));
+        results.set(Format("calls.frame.%d.batched_max_channel_diff", count),
+                    check.batchedFromPerMesh.maxChannel);
         engineTotals[count] = check.engine.size();
     }
     const double perSprite =

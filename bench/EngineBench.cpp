@@ -51,7 +51,7 @@ struct State {
     bool haveCalls = false;
     double framePeakMiB = 0;
     std::string loadBefore;
-    Ratios floorRatios;
+    Ratios floorRatios;  // engine per-mesh / floor
     Ratios limitRatios;  // engine / limit
     std::vector<double> uploadRatios;
 };
@@ -68,6 +68,8 @@ void EngineFrame() {
 }
 
 // Every version of an N-sprite scene, each drawn twice so that buffers exist and caches are warm.
+// The floor and the limit take the renderer's matrices after per-mesh frames, the path the floor
+// reproduces.
 void Prepare(int count) {
     if (g->engine.count(count) != 0) {
         return;
@@ -75,6 +77,9 @@ void Prepare(int count) {
     auto sprites =
         std::make_unique<EngineSprites>(g->harness.env, g->spriteTexture.get(), MakeLayout(count));
     sprites->show(TheWindow());
+    EngineFrame();
+    EngineFrame();
+    BatchingScope perMesh(TheWindow(), false);
     EngineFrame();
     EngineFrame();
     auto floor = std::make_unique<FloorSprites>(g->harness, *sprites);
@@ -182,18 +187,33 @@ HitPoints FindHitPoints(EngineSprites& sprites, const std::vector<Placement>& la
     return points;
 }
 
+constexpr char kThreadCpu[] = "thread_cpu_ns_per_sprite";
+
+// The timed frames, with the calling thread's CPU time a frame and a sprite: what the GL driver's
+// own threads do is left out, what the engine and the driver do on the caller is not.
+template <typename Frame>
+void TimeFrames(benchmark::State& state, int count, Frame frame) {
+    const double cpuStart = ThreadCpuSeconds();
+    for (auto _ : state) {
+        frame();
+    }
+    const double iterations = std::max<double>(1, state.iterations());
+    state.counters[kThreadCpu] = (ThreadCpuSeconds() - cpuStart) * 1e9 / iterations / count;
+    g->framePeakMiB = PeakResidentMiB();
+}
+
 void RegisterFrames() {
     const double minTime = g->options.minTime;
     for (int round = 1; round <= g->options.rounds; ++round) {
         for (int count : kSpriteCounts) {
-            auto engine = [count](benchmark::State& state) {
-                Prepare(count);
-                g->engine[count]->show(TheWindow());
-                EngineFrame();
-                for (auto _ : state) {
+            auto engine = [count](bool batched) {
+                return [count, batched](benchmark::State& state) {
+                    Prepare(count);
+                    BatchingScope path(TheWindow(), batched);
+                    g->engine[count]->show(TheWindow());
                     EngineFrame();
-                }
-                g->framePeakMiB = PeakResidentMiB();
+                    TimeFrames(state, count, EngineFrame);
+                };
             };
             auto floor = [count](benchmark::State& state) {
                 Prepare(count);
@@ -203,10 +223,7 @@ void RegisterFrames() {
                     scene.present();
                 };
                 frame();
-                for (auto _ : state) {
-                    frame();
-                }
-                g->framePeakMiB = PeakResidentMiB();
+                TimeFrames(state, count, frame);
             };
             auto limit = [count](benchmark::State& state) {
                 Prepare(count);
@@ -217,14 +234,14 @@ void RegisterFrames() {
                 };
                 scene.bind();
                 frame();
-                for (auto _ : state) {
-                    frame();
-                }
+                TimeFrames(state, count, frame);
                 scene.unbind();
-                g->framePeakMiB = PeakResidentMiB();
             };
             std::vector<std::pair<const char*, std::function<void(benchmark::State&)>>> sides = {
-                {"engine", engine}, {"floor", floor}, {"limit", limit}};
+                {"engine", engine(true)},
+                {"engine-permesh", engine(false)},
+                {"floor", floor},
+                {"limit", limit}};
             // Reverse the order every other round, so that drift does not favour one side.
             if (round % 2 == 0) {
                 std::reverse(sides.begin(), sides.end());
@@ -455,7 +472,7 @@ void OnRun(const std::string& name, CollectingReporter& reporter) {
             out << Format("    %s / %s, N = %d, round %d: %.3f (process CPU: %.3f)\n", a, b, count,
                           round, ratio, cpuRatio);
         };
-        pair("engine", "floor", &g->floorRatios);
+        pair("engine-permesh", "floor", &g->floorRatios);
         pair("engine", "limit", &g->limitRatios);
         const auto peer = g->peer.number(Format("peer.frame_ms.%d", count));
         if (side == "engine" && peer) {
@@ -549,6 +566,7 @@ void PrintTable(const CollectingReporter& reporter, const MachineInfo& machine,
     for (int count : kSpriteCounts) {
         auto prefix = [count](const char* side) { return Format("frame/%s/%d", side, count); };
         const auto engine = median(prefix("engine"));
+        const auto perMesh = median(prefix("engine-permesh"));
         const auto floor = median(prefix("floor"));
         const auto peer = g->peer.number(Format("peer.frame_ms.%d", count));
         auto frameRow = [&](const char* side, const char* label) {
@@ -581,13 +599,35 @@ void PrintTable(const CollectingReporter& reporter, const MachineInfo& machine,
             }
         };
         frameRow("engine", "engine");
+        frameRow("engine-permesh", "engine per-mesh");
         frameRow("floor", "floor");
-        pairRows("engine / floor", g->floorRatios, count >= 1000 ? "<= 1.10" : nullptr, 1.10);
+        pairRows("engine per-mesh / floor", g->floorRatios, count >= 1000 ? "<= 1.10" : nullptr,
+                 1.10);
         frameRow("limit", "limit");
         pairRows("engine / limit", g->limitRatios,
                  count == kSpriteCounts.back() ? "<= 1.05" : nullptr, 1.05);
 
-        auto peerRows = [&](const char* key, const char* label) {
+        const auto cpuBatched = reporter.medianCounter(prefix("engine"), kThreadCpu);
+        const auto cpuPerMesh = reporter.medianCounter(prefix("engine-permesh"), kThreadCpu);
+        const bool cpuKnown = cpuBatched && cpuPerMesh && *cpuBatched > 0;
+        add(Format("engine CPU/sprite (calling thread), batched / per-mesh, N=%d", count),
+            cpuKnown ? Format("%.3f us / %.3f us", *cpuBatched * 1e-3, *cpuPerMesh * 1e-3) : na);
+        const std::string speedup = Format("  per-mesh / batched, N=%d", count);
+        const std::string speedupValue = cpuKnown ? Format("%.2f", *cpuPerMesh / *cpuBatched) : na;
+        if (count >= 1000) {
+            add(speedup, speedupValue, ">= 4",
+                target(cpuKnown, cpuKnown && *cpuPerMesh >= 4 * *cpuBatched));
+        } else {
+            add(speedup, speedupValue);
+        }
+        // What is left on the calling thread without the engine, and with one draw.
+        const auto cpuFloor = reporter.medianCounter(prefix("floor"), kThreadCpu);
+        const auto cpuLimit = reporter.medianCounter(prefix("limit"), kThreadCpu);
+        add(Format("  CPU/sprite (calling thread), floor / limit, N=%d", count),
+            cpuFloor && cpuLimit ? Format("%.3f us / %.3f us", *cpuFloor * 1e-3, *cpuLimit * 1e-3)
+                                 : na);
+
+        auto peerRows = [&](const char* key, const char* label, bool targeted) {
             const auto wall = g->peer.number(Format("%s.frame_ms.%d", key, count));
             const auto cpu = g->peer.number(Format("%s.frame_cpu_ms.%d", key, count));
             add(Format("frame, SDL2 %s, N=%d", label, count),
@@ -595,10 +635,12 @@ void PrintTable(const CollectingReporter& reporter, const MachineInfo& machine,
             auto over = [&](const std::optional<double>& ours) {
                 return ours && wall ? std::optional<double>(*ours * 1e3 / *wall) : std::nullopt;
             };
-            ratioRow(Format("  engine / SDL2 %s, N=%d", label, count), over(engine));
+            ratioRow(Format("  engine / SDL2 %s, N=%d", label, count), over(engine),
+                     targeted ? "<= 0.90" : nullptr, 0.90);
+            ratioRow(Format("  engine per-mesh / SDL2 %s, N=%d", label, count), over(perMesh));
         };
-        peerRows("peer", "batched");
-        peerRows("peer_unbatched", "unbatched");
+        peerRows("peer", "batched", count >= 1000);
+        peerRows("peer_unbatched", "unbatched", false);
         if (engine && floor) {
             counts.push_back(count);
             engineMs.push_back(*engine * 1e3);
@@ -688,7 +730,7 @@ void PrintTable(const CollectingReporter& reporter, const MachineInfo& machine,
         const auto same = g->calls.number(Format("calls.frame.%d.same_sequence", count));
         const auto pixels = g->calls.number(Format("calls.frame.%d.pixels_differing", count));
         if (engine && floor && same && pixels) {
-            add(Format("GL+EGL calls a frame, N=%d: engine / floor", count),
+            add(Format("GL+EGL calls a frame, N=%d: engine per-mesh / floor", count),
                 Format("%.0f / %.0f, %s, %.0f pixels differ", *engine, *floor,
                        *same != 0 ? "same sequence" : "DIFFERENT sequence", *pixels));
         }
@@ -708,6 +750,9 @@ void PrintTable(const CollectingReporter& reporter, const MachineInfo& machine,
         if (const auto limit = pixelDifference("limit")) {
             add(Format("limit vs floor pixels, N=%d", count), describe(*limit));
         }
+        const auto paths = pixelDifference("batched");
+        add(Format("batched vs per-mesh pixels, N=%d", count), paths ? describe(*paths) : na,
+            "0 (or max diff <= 1)", target(paths.has_value(), paths && paths->second <= 1));
     }
     if (const auto perSprite = g->calls.number("calls.frame.per_sprite")) {
         add("  GL calls a sprite", Format("%.1f", *perSprite));
@@ -767,11 +812,14 @@ void SaveResults(const CollectingReporter& reporter) {
         return;
     }
     Results results;
-    for (const char* side : {"engine", "floor", "limit"}) {
+    for (const char* side : {"engine", "engine-permesh", "floor", "limit"}) {
         for (int count : kSpriteCounts) {
             const std::string prefix = Format("frame/%s/%d", side, count);
             if (const auto median = reporter.medianSeconds(prefix)) {
                 results.set(prefix + "_ms", *median * 1e3);
+            }
+            if (const auto cpu = reporter.medianCounter(prefix, kThreadCpu)) {
+                results.set(prefix + "_" + kThreadCpu, *cpu);
             }
         }
     }

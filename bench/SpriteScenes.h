@@ -60,6 +60,22 @@ class EngineSprites {
     static Vector PositionOf(const Placement& placement);
 };
 
+// Puts a window on one drawing path for a scope: batched (the default) or the per-mesh sequence
+// the floor reproduces.
+class BatchingScope {
+  public:
+    BatchingScope(Window* window, bool enabled) : window_(window), was_(window->batching()) {
+        window->setBatching(enabled);
+    }
+    ~BatchingScope() { window_->setBatching(was_); }
+    BatchingScope(const BatchingScope&) = delete;
+    BatchingScope& operator=(const BatchingScope&) = delete;
+
+  private:
+    Window* window_;
+    bool was_;
+};
+
 // The whole window, bottom row first, as RGBA8888.
 std::vector<uint8_t> ReadWindow();
 
