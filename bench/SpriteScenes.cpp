@@ -145,6 +145,9 @@ void PlainUpload(GLuint* name, const void* pixels, int size) {
     if (*name != 0) {
         glDeleteTextures(1, name);
     }
+    // The engine checks every upload against the context's limit.
+    GLint limit = 0;
+    glGetIntegerv(GL_MAX_TEXTURE_SIZE, &limit);
     glGenTextures(1, name);
     glBindTexture(GL_TEXTURE_2D, *name);
     glTexParameteri(GL_TEXTURE_2D, GL_TEXTURE_MIN_FILTER, GL_LINEAR);
