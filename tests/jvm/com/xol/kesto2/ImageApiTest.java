@@ -16,12 +16,24 @@ import java.util.List;
 import org.junit.After;
 import org.junit.Before;
 import org.junit.Test;
+import org.junit.runner.RunWith;
+import org.junit.runners.Parameterized;
 
 /**
  * Textures from every kind of bitmap, drawn in sprites and read back through window snapshots.
- * Runs in an 8-8-8 context, or with -Dkesto.rgb565=true in a 5-6-5 one (on a 16-bit screen).
+ * Runs in an 8-8-8 context, or with -Dkesto.rgb565=true in a 5-6-5 one (on a 16-bit screen), and
+ * on both draw paths, which must draw the same pixels.
  */
+@RunWith(Parameterized.class)
 public class ImageApiTest {
+    @Parameterized.Parameters(name = "batching={0}")
+    public static Object[] paths() {
+        return new Object[] {true, false};
+    }
+
+    @Parameterized.Parameter
+    public boolean batching;
+
     private static final boolean RGB565 = Boolean.getBoolean("kesto.rgb565");
     private static final int WIDTH = 480;
     private static final int HEIGHT = 800;
@@ -42,6 +54,7 @@ public class ImageApiTest {
         surface = new Surface(WIDTH, HEIGHT);
         assertTrue(Kesto2.Window_BindSurface(window, surface, WIDTH, HEIGHT));
         Kesto2.Window_SetClearColor(window, 0f, 0f, 1f, 1f);
+        Kesto2.Window_SetBatching(window, batching);
         scene = Kesto2.CreateScene(env);
         Kesto2.Viewport_LinkCamera(Kesto2.Window_GetDefaultViewport(window), Kesto2.Scene_GetDefaultCamera(scene));
     }
