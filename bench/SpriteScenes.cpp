@@ -159,32 +159,28 @@ void PlainUpload(GLuint* name, const void* pixels, int size) {
     glFinish();
 }
 
-FloorSprites::FloorSprites(Harness& harness, EngineSprites& engine)
+PlainScene::PlainScene(Harness& harness)
     : display_(harness.env->eglDisplay),
       surface_(harness.window->eglSurface),
       context_(harness.context->eglContext),
       width_(harness.window->width),
-      height_(harness.window->height) {
-    Renderer* renderer = harness.context->renderer;
-    projection_ = renderer->projectionMatrix;
-    const Matrix view = renderer->viewMatrix;
+      height_(harness.window->height),
+      projection_(harness.context->renderer->projectionMatrix),
+      view_(harness.context->renderer->viewMatrix) {
     program_ = harness.context->getShaderProgram(DefaultShader::DEFAULT_SP)->glProgram;
     projectionLocation_ = glGetUniformLocation(program_, "ProjectionMatrix");
     modelViewLocation_ = glGetUniformLocation(program_, "ModelViewMatrix");
     blendColorLocation_ = glGetUniformLocation(program_, "BlendColor");
     alpha_ = 1.0f * static_cast<float>(kSpriteAlpha / 255.0);
-
     const std::vector<uint32_t> pixels = MakePixels(kSpriteSize);
-    glGenTextures(1, &texture_);
-    glBindTexture(GL_TEXTURE_2D, texture_);
-    glTexParameteri(GL_TEXTURE_2D, GL_TEXTURE_MIN_FILTER, GL_LINEAR);
-    glTexParameteri(GL_TEXTURE_2D, GL_TEXTURE_MAG_FILTER, GL_LINEAR);
-    glTexParameteri(GL_TEXTURE_2D, GL_TEXTURE_WRAP_S, GL_CLAMP_TO_EDGE);
-    glTexParameteri(GL_TEXTURE_2D, GL_TEXTURE_WRAP_T, GL_CLAMP_TO_EDGE);
-    glPixelStorei(GL_UNPACK_ALIGNMENT, 4);
-    glTexImage2D(GL_TEXTURE_2D, 0, GL_RGBA, kSpriteSize, kSpriteSize, 0, GL_RGBA, GL_UNSIGNED_BYTE,
-                 pixels.data());
+    PlainUpload(&texture_, pixels.data(), kSpriteSize);
+}
 
+PlainScene::~PlainScene() {
+    glDeleteTextures(1, &texture_);
+}
+
+FloorSprites::FloorSprites(Harness& harness, EngineSprites& engine) : PlainScene(harness) {
     buffers_.resize(engine.sprites.size());
     modelViews_.resize(engine.sprites.size());
     glGenBuffers(static_cast<GLsizei>(buffers_.size()), buffers_.data());
@@ -192,14 +188,13 @@ FloorSprites::FloorSprites(Harness& harness, EngineSprites& engine)
         glBindBuffer(GL_ARRAY_BUFFER, buffers_[i]);
         glBufferData(GL_ARRAY_BUFFER, sizeof kQuad, kQuad, GL_STATIC_DRAW);
         Matrix::TransformMultiply(&modelViews_[i], engine.sprites[i]->getWorldTransform(nullptr),
-                                  view);
+                                  view_);
     }
     glBindBuffer(GL_ARRAY_BUFFER, 0);
 }
 
 FloorSprites::~FloorSprites() {
     glDeleteBuffers(static_cast<GLsizei>(buffers_.size()), buffers_.data());
-    glDeleteTextures(1, &texture_);
 }
 
 // Call for call what Window::render issues for this scene: Renderer::clearStatus, targetWindow,
@@ -259,28 +254,12 @@ void FloorSprites::present() {
     lastClearTime_ = NowMillis();
 }
 
-LimitSprites::LimitSprites(Harness& harness, EngineSprites& engine)
-    : display_(harness.env->eglDisplay),
-      surface_(harness.window->eglSurface),
-      context_(harness.context->eglContext),
-      width_(harness.window->width),
-      height_(harness.window->height) {
-    Renderer* renderer = harness.context->renderer;
-    projection_ = renderer->projectionMatrix;
-    const Matrix view = renderer->viewMatrix;
-    program_ = harness.context->getShaderProgram(DefaultShader::DEFAULT_SP)->glProgram;
-    projectionLocation_ = glGetUniformLocation(program_, "ProjectionMatrix");
-    modelViewLocation_ = glGetUniformLocation(program_, "ModelViewMatrix");
-    blendColorLocation_ = glGetUniformLocation(program_, "BlendColor");
-    alpha_ = 1.0f * static_cast<float>(kSpriteAlpha / 255.0);
-    const std::vector<uint32_t> pixels = MakePixels(kSpriteSize);
-    PlainUpload(&texture_, pixels.data(), kSpriteSize);
-
+LimitSprites::LimitSprites(Harness& harness, EngineSprites& engine) : PlainScene(harness) {
     std::vector<float> vertices;
     std::vector<GLushort> indices;
     for (size_t i = 0; i < engine.sprites.size(); ++i) {
         Matrix modelView;
-        Matrix::TransformMultiply(&modelView, engine.sprites[i]->getWorldTransform(nullptr), view);
+        Matrix::TransformMultiply(&modelView, engine.sprites[i]->getWorldTransform(nullptr), view_);
         for (const float* corner : kQuad) {
             Vector p;
             modelView.transformPosition(Vector(corner[0], corner[1], corner[2]), &p);
@@ -306,7 +285,6 @@ LimitSprites::LimitSprites(Harness& harness, EngineSprites& engine)
 LimitSprites::~LimitSprites() {
     glDeleteBuffers(1, &vertices_);
     glDeleteBuffers(1, &indices_);
-    glDeleteTextures(1, &texture_);
 }
 
 // The state Renderer::clearStatus and the textured premultiplied path leave for a sprite, with

@@ -88,19 +88,16 @@ std::unique_ptr<Texture> MakeSpriteTexture(Environment* env);
 void EngineUpload(Texture* texture);
 void PlainUpload(GLuint* name, const void* pixels, int size);
 
-class FloorSprites {
-  public:
-    // Takes the matrices from the renderer after `engine` has been rendered into the harness
-    // window, and the engine's default program; makes its own texture and one buffer per sprite.
-    FloorSprites(Harness& harness, EngineSprites& engine);
-    ~FloorSprites();
-    FloorSprites(const FloorSprites&) = delete;
-    FloorSprites& operator=(const FloorSprites&) = delete;
+// What the floor and the limit share: the harness's EGL objects, the engine's default program and
+// its uniform locations, the matrices of the last engine frame, and the sprite texture uploaded
+// as the engine uploads it.
+class PlainScene {
+  protected:
+    explicit PlainScene(Harness& harness);
+    ~PlainScene();
+    PlainScene(const PlainScene&) = delete;
+    PlainScene& operator=(const PlainScene&) = delete;
 
-    void render();
-    void present();
-
-  private:
     EGLDisplay display_;
     EGLSurface surface_;
     EGLContext context_;
@@ -113,6 +110,20 @@ class FloorSprites {
     GLuint texture_ = 0;
     float alpha_ = 1.0f;
     Matrix projection_;
+    Matrix view_;
+};
+
+class FloorSprites : private PlainScene {
+  public:
+    // Takes the matrices from the renderer after `engine` has been rendered into the harness
+    // window, and the engine's default program; makes its own texture and one buffer per sprite.
+    FloorSprites(Harness& harness, EngineSprites& engine);
+    ~FloorSprites();
+
+    void render();
+    void present();
+
+  private:
     std::vector<Matrix> modelViews_;
     std::vector<GLuint> buffers_;
     bool presented_ = false;
@@ -122,13 +133,11 @@ class FloorSprites {
 
 // The least a frame of this scene can cost: every quad's corners put in view space once, with the
 // floor's matrices, in one static buffer, so that a frame is a clear, one draw and the swap.
-class LimitSprites {
+class LimitSprites : private PlainScene {
   public:
     // As FloorSprites, after an engine frame of `engine`.
     LimitSprites(Harness& harness, EngineSprites& engine);
     ~LimitSprites();
-    LimitSprites(const LimitSprites&) = delete;
-    LimitSprites& operator=(const LimitSprites&) = delete;
 
     // The engine and the floor change the GL state between runs: set it before a run of frames,
     // and leave no buffer bound after it.
@@ -138,18 +147,6 @@ class LimitSprites {
     void present();
 
   private:
-    EGLDisplay display_;
-    EGLSurface surface_;
-    EGLContext context_;
-    int width_;
-    int height_;
-    GLuint program_ = 0;
-    GLint projectionLocation_ = -1;
-    GLint modelViewLocation_ = -1;
-    GLint blendColorLocation_ = -1;
-    GLuint texture_ = 0;
-    float alpha_ = 1.0f;
-    Matrix projection_;
     GLuint vertices_ = 0;
     GLuint indices_ = 0;
     GLsizei indexCount_ = 0;
