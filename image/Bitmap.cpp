@@ -18,12 +18,9 @@ namespace {
 
 struct BitmapTraits {
     __attribute__((format(printf, 1, 2))) static void Log(const char* format, ...) {
-        if (!LogEnabled(s_logTag, LOG_LEVEL_ERROR)) {
-            return;
-        }
         va_list args;
         va_start(args, format);
-        __android_log_vprint(ANDROID_LOG_ERROR, s_logTag.name, format, args);
+        LogErrorV(s_logTag, format, args);
         va_end(args);
     }
 

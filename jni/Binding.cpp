@@ -49,6 +49,7 @@ void ReportBadHandle(const char* method, jint handle, HandleTable::Status status
 std::unique_lock<std::recursive_mutex> LockEngine() {
     static std::recursive_mutex* engine =
         new std::recursive_mutex();  // lives as long as the process
+    ClearLastError();
     return std::unique_lock<std::recursive_mutex>(*engine);
 }
 

@@ -17,7 +17,8 @@ namespace kesto::jni {
 
 // Every native that touches scenes, windows, GL or an environment runs under this one lock, so a
 // call from the UI thread while the render thread draws waits for the frame instead of tearing
-// the tree. Uncontended in a well-behaved app. Recursive: some natives call others.
+// the tree. Uncontended in a well-behaved app. Recursive: some natives call others. Taking it
+// also clears the thread's last error: it starts every locked entry point.
 std::unique_lock<std::recursive_mutex> LockEngine();
 
 // One error line naming the method and the refused value. `method` may be the exported name

@@ -5,6 +5,7 @@
 
 #include <algorithm>
 #include <climits>
+#include <cstdio>
 #include <iterator>
 #include <utility>
 #include <vector>
@@ -367,6 +368,21 @@ KESTO_NATIVE(void, Window_1SetShowFrameInfoThreshold)
     if (Resolve(__func__, handle, &window)) {
         window->showFrameInfoThreshold = threshold;
     }
+}
+
+KESTO_NATIVE(jstring, GetLastError)(JNIEnv* jniEnv, jclass) {
+    // Modified UTF-8 takes ASCII as it is; a stray byte from a logged name must not break it.
+    char line[1024];
+    std::snprintf(line, sizeof line, "%s", LastError());
+    if (line[0] == '\0') {
+        return nullptr;
+    }
+    for (char* c = line; *c != '\0'; ++c) {
+        if (static_cast<unsigned char>(*c) >= 0x80) {
+            *c = '?';
+        }
+    }
+    return jniEnv->NewStringUTF(line);
 }
 
 KESTO_NATIVE(void, Window_1SetBatching)(JNIEnv*, jclass, jint handle, jboolean enabled) {

@@ -44,6 +44,7 @@ KESTO_NATIVE(jboolean, Texture_1SetupByAndroidBitmapAndRealize)
 // --- Engine bitmaps ------------------------------------------------------------------------------
 
 KESTO_NATIVE(jboolean, Bitmap_1Set)(JNIEnv* env, jclass type, jint handle, jobject javaBitmap) {
+    ClearLastError();  // a lock-free entry point
     // A texture handle plus one: upload the Java bitmap to that texture instead.
     if (handle % 4 == 1) {
         return Java_com_xol_kesto2_Kesto2_Texture_1SetupByAndroidBitmapAndRealize(
@@ -82,6 +83,7 @@ KESTO_NATIVE(jboolean, Bitmap_1Set)(JNIEnv* env, jclass type, jint handle, jobje
 KESTO_NATIVE(jboolean, Bitmap_1SetAndConvert)
 (JNIEnv* env, jclass, jint handle, jobject javaBitmap, jint pixelFormat, jint width, jint height,
  jint edges) {
+    ClearLastError();  // a lock-free entry point
     Bitmap* bitmap;
     Hold hold;
     if (javaBitmap == nullptr || !hold.take(__func__, handle, &bitmap)) {
@@ -206,6 +208,7 @@ KESTO_NATIVE(jboolean, Texture_1SetOESTextureTransform)
 
 KESTO_NATIVE(jboolean, Texture_1SetupByBitmap)
 (JNIEnv*, jclass, jint textureHandle, jint bitmapHandle, jboolean swap) {
+    ClearLastError();  // a lock-free entry point
     // Any thread, without the engine lock: the hand-over queue is the synchronisation. Holding
     // both objects keeps a second producer and the texture's destruction or reset out meanwhile.
     Texture* texture;

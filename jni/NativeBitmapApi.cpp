@@ -22,12 +22,7 @@ void Debug(const char* message) {
 
 // ...except the copy's refusals: error priority through the mask, without a tag.
 LogTag g_untagged{nullptr, {LOG_MASK_UNREAD}};
-#define KLOGE_UNTAGGED(...)                                               \
-    do {                                                                  \
-        if (LogEnabled(g_untagged, LOG_LEVEL_ERROR)) {                    \
-            __android_log_print(ANDROID_LOG_ERROR, nullptr, __VA_ARGS__); \
-        }                                                                 \
-    } while (0)
+#define KLOGE_UNTAGGED(...) LogError(g_untagged, __VA_ARGS__)
 
 // Held for the rest of the call: native bitmaps are filled on worker threads without the engine
 // lock, and one bitmap in two calls at once is refused.
@@ -42,6 +37,7 @@ NativeBitmap* Find(Hold& hold, const char* method, jint handle) {
 extern "C" {
 
 JNIEXPORT jint JNICALL Native_createBitmap(JNIEnv*, jobject) {
+    ClearLastError();
     NativeBitmap* bitmap = new (std::nothrow) NativeBitmap();
     if (bitmap == nullptr) {
         Debug("Native_createBitmap NG");
@@ -58,6 +54,7 @@ JNIEXPORT jint JNICALL Native_createBitmap(JNIEnv*, jobject) {
 }
 
 JNIEXPORT void JNICALL Native_destroyBitmap(JNIEnv*, jobject, jint handle) {
+    ClearLastError();
     NativeBitmap* bitmap;
     if (Unregister(__func__, handle, &bitmap)) {
         bitmap->free();
@@ -67,6 +64,7 @@ JNIEXPORT void JNICALL Native_destroyBitmap(JNIEnv*, jobject, jint handle) {
 }
 
 JNIEXPORT void JNICALL Native_clearBitmap(JNIEnv*, jobject, jint handle) {
+    ClearLastError();
     Hold hold;
     if (NativeBitmap* bitmap = Find(hold, __func__, handle)) {
         bitmap->free();
@@ -74,6 +72,7 @@ JNIEXPORT void JNICALL Native_clearBitmap(JNIEnv*, jobject, jint handle) {
 }
 
 JNIEXPORT void JNICALL Native_swapBitmap(JNIEnv*, jobject, jint a, jint b) {
+    ClearLastError();
     Hold hold;
     NativeBitmap* first = Find(hold, __func__, a);
     NativeBitmap* second = first != nullptr ? Find(hold, __func__, b) : nullptr;
@@ -83,6 +82,7 @@ JNIEXPORT void JNICALL Native_swapBitmap(JNIEnv*, jobject, jint a, jint b) {
 }
 
 JNIEXPORT jboolean JNICALL Native_copyFromBitmap(JNIEnv*, jobject, jint destination, jint source) {
+    ClearLastError();
     Hold hold;
     NativeBitmap* to = Find(hold, __func__, destination);
     NativeBitmap* from = to != nullptr ? Find(hold, __func__, source) : nullptr;
@@ -90,24 +90,28 @@ JNIEXPORT jboolean JNICALL Native_copyFromBitmap(JNIEnv*, jobject, jint destinat
 }
 
 JNIEXPORT jint JNICALL Native_getBitmapWidth(JNIEnv*, jobject, jint handle) {
+    ClearLastError();
     Hold hold;
     NativeBitmap* bitmap = Find(hold, __func__, handle);
     return bitmap != nullptr ? bitmap->width : 0;
 }
 
 JNIEXPORT jint JNICALL Native_getBitmapHeight(JNIEnv*, jobject, jint handle) {
+    ClearLastError();
     Hold hold;
     NativeBitmap* bitmap = Find(hold, __func__, handle);
     return bitmap != nullptr ? bitmap->height : 0;
 }
 
 JNIEXPORT jint JNICALL Native_getBitmapBufferBytes(JNIEnv*, jobject, jint handle) {
+    ClearLastError();
     Hold hold;
     NativeBitmap* bitmap = Find(hold, __func__, handle);
     return bitmap != nullptr ? bitmap->bufferBytes : 0;
 }
 
 JNIEXPORT jbyteArray JNICALL Native_getBitmapBuffer(JNIEnv* env, jobject, jint handle) {
+    ClearLastError();
     Hold hold;
     NativeBitmap* bitmap = Find(hold, __func__, handle);
     if (bitmap == nullptr || bitmap->bufferBytes == 0 || bitmap->buffer == nullptr) {
@@ -126,6 +130,7 @@ JNIEXPORT jbyteArray JNICALL Native_getBitmapBuffer(JNIEnv* env, jobject, jint h
 // The destination is a native address passed as 32 bits; a 64-bit process zero-extends it.
 JNIEXPORT jboolean JNICALL Native_copyBitmapBuffer(JNIEnv*, jobject, jint handle, jint destination,
                                                    jint length) {
+    ClearLastError();
     Hold hold;
     if (handle == 0) {
         KLOGE_UNTAGGED("[NativeBitmap][Native_getBitmapBuffer] bitmap handle is 0");
@@ -161,6 +166,7 @@ JNIEXPORT jboolean JNICALL Native_copyBitmapBuffer(JNIEnv*, jobject, jint handle
 // even-rounded rows (the rules of setBitmap).
 JNIEXPORT jboolean JNICALL Native_setBitmap(JNIEnv* env, jobject, jint handle, jint pixelFormat,
                                             jint width, jint height, jbyteArray pixels) {
+    ClearLastError();
     Hold hold;
     NativeBitmap* bitmap = Find(hold, __func__, handle);
     if (bitmap == nullptr || pixels == nullptr) {
@@ -179,10 +185,12 @@ JNIEXPORT jboolean JNICALL Native_setBitmap(JNIEnv* env, jobject, jint handle, j
 }
 
 JNIEXPORT jint JNICALL Native_getBitmapCount(JNIEnv*, jobject) {
+    ClearLastError();
     return NativeBitmap::BitmapCount.load(std::memory_order_relaxed);
 }
 
 JNIEXPORT void JNICALL Native_printResourceLog(JNIEnv*, jobject) {
+    ClearLastError();
     __android_log_print(ANDROID_LOG_DEBUG, "SNATIVEBITMAP",
                         "NativeBitmap count:%d size:%d, new count:%d, new array count:%d",
                         NativeBitmap::BitmapCount.load(std::memory_order_relaxed),

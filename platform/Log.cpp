@@ -2,6 +2,7 @@
 
 #include <dlfcn.h>
 
+#include <cstdio>
 #include <mutex>
 
 // Default when the device image has no mask initialiser of its own: errors, info and debug on.
@@ -35,6 +36,35 @@ InitMask FindInitMask() {
 }
 
 }  // namespace
+
+namespace {
+
+// As long as the longest line the log takes.
+thread_local char t_lastError[1024];
+
+}  // namespace
+
+void LogErrorV(LogTag& tag, const char* format, va_list args) {
+    std::vsnprintf(t_lastError, sizeof t_lastError, format, args);
+    if (LogEnabled(tag, LOG_LEVEL_ERROR)) {
+        __android_log_print(ANDROID_LOG_ERROR, tag.name, "%s", t_lastError);
+    }
+}
+
+void LogError(LogTag& tag, const char* format, ...) {
+    va_list args;
+    va_start(args, format);
+    LogErrorV(tag, format, args);
+    va_end(args);
+}
+
+const char* LastError() {
+    return t_lastError;
+}
+
+void ClearLastError() {
+    t_lastError[0] = '\0';
+}
 
 unsigned char LogReadMask(LogTag& tag) {
     // Producer threads log too; the lock keeps the initialiser to one call per tag.

@@ -8,6 +8,7 @@
 #include <android/log.h>
 
 #include <atomic>
+#include <cstdarg>
 
 extern "C" void __xollog_init_mask(const char* tag, int level, unsigned char* mask);
 
@@ -27,6 +28,14 @@ struct LogTag {
 
 // Slow path: reads the mask of a tag whose top bit is still set. Runs at most once per tag.
 unsigned char LogReadMask(LogTag& tag);
+
+// Error lines are also kept as the calling thread's last error, masked or not, so that the
+// binding can hand a failed call's reason to Java. Each entry point clears it first.
+__attribute__((format(printf, 2, 3))) void LogError(LogTag& tag, const char* format, ...);
+void LogErrorV(LogTag& tag, const char* format, va_list args);
+// The last error line since ClearLastError on this thread, or "".
+const char* LastError();
+void ClearLastError();
 
 inline bool LogEnabled(LogTag& tag, unsigned char level) {
     unsigned char mask = tag.mask.load(std::memory_order_acquire);
@@ -52,7 +61,7 @@ inline bool LogEnabled(LogTag& tag, unsigned char level) {
         }                                                              \
     } while (0)
 
-#define KLOGE(...) KESTO_LOG_AT(::kesto::LOG_LEVEL_ERROR, ANDROID_LOG_ERROR, __VA_ARGS__)
+#define KLOGE(...) ::kesto::LogError(s_logTag, __VA_ARGS__)
 #define KLOGI(...) KESTO_LOG_AT(::kesto::LOG_LEVEL_INFO, ANDROID_LOG_INFO, __VA_ARGS__)
 #define KLOGD(...) KESTO_LOG_AT(::kesto::LOG_LEVEL_DEBUG, ANDROID_LOG_DEBUG, __VA_ARGS__)
 #define KLOG_INFO_ENABLED() ::kesto::LogEnabled(s_logTag, ::kesto::LOG_LEVEL_INFO)

@@ -46,6 +46,11 @@ public final class Kesto2 {
      * one draw call each; off, every mesh is drawn on its own. The pixels are the same.
      */
     public static native void Window_SetBatching(int window, boolean enabled);
+    /**
+     * The last error line the engine logged on this thread during the most recent call, or null
+     * when that call logged none. Every other call clears it as it starts.
+     */
+    public static native String GetLastError();
     /** Indices into the array {@link #Window_GetFrameStatistics} fills. */
     public static final int STAT_MESHES = 0, STAT_DRAW_CALLS = 1, STAT_BATCHES = 2,
             STAT_TEXTURE_BINDS = 3, STAT_VERTICES = 4, STAT_TEXTURE_BYTES = 5,
