@@ -2,18 +2,31 @@ package com.xol.kesto2.demo;
 
 import android.graphics.Bitmap;
 import android.view.Surface;
-import com.xol.kesto2.Kesto2;
 import com.xol.kesto2.NativeBitmap;
+import com.xol.kesto2.scene.BlurSprite;
+import com.xol.kesto2.scene.Engine;
+import com.xol.kesto2.scene.FrameStatistics;
+import com.xol.kesto2.scene.Image;
+import com.xol.kesto2.scene.NativeImage;
+import com.xol.kesto2.scene.Node;
+import com.xol.kesto2.scene.PixelFormat;
+import com.xol.kesto2.scene.Scene;
+import com.xol.kesto2.scene.Scissor;
+import com.xol.kesto2.scene.Sprite;
+import com.xol.kesto2.scene.Texture;
+import com.xol.kesto2.scene.Window;
 import java.awt.image.BufferedImage;
 import java.io.File;
 import java.io.IOException;
 import java.nio.ByteBuffer;
-import java.util.LinkedHashMap;
+import java.util.ArrayDeque;
+import java.util.Deque;
+import java.util.HashMap;
 import java.util.Map;
 import javax.imageio.ImageIO;
 
 /**
- * One showcase frame drawn through com.xol.kesto2.Kesto2 into an 800x480 window: a background,
+ * One showcase frame drawn through the object layer (com.xol.kesto2.scene) into an 800x480 window: a background,
  * images arriving each way a texture can be fed, a card turned in perspective, a fading group, a
  * clipped strip, a blur at three levels, a thumbnail of part of the scene, and a hit test.
  */
@@ -37,8 +50,8 @@ public final class Showcase {
         public double hitTestMillis;
         /** The first frame again with batching off, and both frames' statistics. */
         public Bitmap perMeshSnapshot;
-        public int[] batchedStatistics = new int[Kesto2.STAT_COUNT];
-        public int[] perMeshStatistics = new int[Kesto2.STAT_COUNT];
+        public final FrameStatistics batchedStatistics = new FrameStatistics();
+        public final FrameStatistics perMeshStatistics = new FrameStatistics();
     }
 
     static final int STEADY_FRAMES = 30;
@@ -47,31 +60,20 @@ public final class Showcase {
         return (System.nanoTime() - start) / 1e6;
     }
 
-    private final Map<Integer, String> names = new LinkedHashMap<>();
-    private int env;
-    private int context;
-    private int window;
-    private int scene;
-    private int root;
-    private Surface surface;
-    private final java.util.List<Integer> nodes = new java.util.ArrayList<>();
-    private final java.util.List<Integer> textures = new java.util.ArrayList<>();
+    private final Map<Node, String> names = new HashMap<>();
+    /** The scene's objects, closed in reverse order of creation. */
+    private final Deque<AutoCloseable> owned = new ArrayDeque<>();
+    private Engine engine;
+    private Window window;
+    private Node root;
+
+    private <T extends AutoCloseable> T own(T object) {
+        owned.push(object);
+        return object;
+    }
 
     private static void step(String what) {
         System.out.println("  " + what);
-    }
-
-    private static int check(int handle, String what) {
-        if (handle == 0) {
-            throw new IllegalStateException(what + " failed (see the engine log)");
-        }
-        return handle;
-    }
-
-    private static void check(boolean ok, String what) {
-        if (!ok) {
-            throw new IllegalStateException(what + " failed (see the engine log)");
-        }
     }
 
     // --- Pictures made here ----------------------------------------------------------------------
@@ -147,45 +149,34 @@ public final class Showcase {
 
     // --- Scene pieces ----------------------------------------------------------------------------
 
-    private int texture() {
-        int texture = check(Kesto2.CreateTexture(env), "CreateTexture");
-        textures.add(texture);
-        return texture;
-    }
-
-    private int textureFromJava(Bitmap bitmap) {
-        int texture = texture();
-        check(Kesto2.Texture_SetupByAndroidBitmapAndRealize(texture, bitmap), "upload from a Java bitmap");
-        return texture;
+    private Texture textureFromJava(Bitmap bitmap) {
+        return own(new Texture(engine)).upload(bitmap);
     }
 
     /** A one-layer sprite of the given size at window pixel (x, y), under `parent`. */
-    private int sprite(String name, int parent, int texture, float width, float height, float x, float y, int order) {
-        int sprite = check(Kesto2.CreateSprite(env, 1), "CreateSprite");
-        nodes.add(sprite);
+    private Sprite sprite(String name, Node parent, Texture texture, float width, float height, float x, float y,
+            int order) {
+        Sprite sprite = own(new Sprite(engine, 1));
         names.put(sprite, name);
-        check(Kesto2.Sprite_SetupGeometry(sprite, 0, width, height, 0f, 0f, 0f), "geometry");
-        if (texture != 0) {
-            check(Kesto2.Sprite_SetTexture(sprite, 0, 0, texture), "Sprite_SetTexture");
+        sprite.setSize(0, width, height);
+        if (texture != null) {
+            sprite.setTexture(0, texture);
         }
-        place(sprite, x, y);
-        Kesto2.SceneNode_SetRenderOrder(sprite, order);
-        check(Kesto2.SceneNode_AddChild(parent, sprite), "SceneNode_AddChild");
+        place(sprite, x, y).setRenderOrder(order);
+        parent.add(sprite);
         return sprite;
     }
 
     /** Window pixels (top left origin) to scene units (centre origin, y up). */
-    private static void place(int node, float x, float y) {
-        Kesto2.SceneNode_SetPosition(node, x - WIDTH / 2f, HEIGHT / 2f - y, 0f);
+    private static Node place(Node node, float x, float y) {
+        return node.setPosition(x - WIDTH / 2f, HEIGHT / 2f - y, 0f);
     }
 
-    private int group(String name, int parent, int order) {
-        int node = check(Kesto2.CreateSceneNode(env), "CreateSceneNode");
-        nodes.add(node);
+    private Node group(String name, Node parent, int order) {
+        Node node = own(new Node(engine));
         names.put(node, name);
-        Kesto2.SceneNode_SetRenderOrder(node, order);
-        Kesto2.SceneNode_SetChildrenRenderOrderMode(node, 1);
-        check(Kesto2.SceneNode_AddChild(parent, node), "SceneNode_AddChild");
+        node.setRenderOrder(order).setChildrenOrdered(true);
+        parent.add(node);
         return node;
     }
 
@@ -194,21 +185,25 @@ public final class Showcase {
     public Result run(File png) throws Exception {
         System.out.println("Kesto2 showcase, " + WIDTH + "x" + HEIGHT);
         step("environment, context and window");
-        env = check(Kesto2.InitEnvironmentWithConfig(8, 8, 8, 0), "InitEnvironmentWithConfig");
-        context = check(Kesto2.CreateContext(env, 8, 8, 8, 0), "CreateContext");
-        check(Kesto2.Context_RunOnCurrentThread(context), "Context_RunOnCurrentThread");
-        window = check(Kesto2.CreateWindowByContext(env, context), "CreateWindowByContext");
-        surface = new Surface(WIDTH, HEIGHT);
-        check(Kesto2.Window_BindSurface(window, surface, WIDTH, HEIGHT), "Window_BindSurface");
-        Kesto2.Window_SetClearColor(window, 0f, 0f, 0f, 1f);
-        scene = check(Kesto2.CreateScene(env), "CreateScene");
-        root = Kesto2.Scene_GetRootNode(scene);
-        Kesto2.SceneNode_SetChildrenRenderOrderMode(root, 1);  // draw by render order
-        Kesto2.Viewport_LinkCamera(Kesto2.Window_GetDefaultViewport(window), Kesto2.Scene_GetDefaultCamera(scene));
-        try {
-            return build(png);
+        Surface surface = new Surface(WIDTH, HEIGHT);
+        try (Engine engine = new Engine(8, 8, 8, 0);
+                Window window = new Window(engine, surface, WIDTH, HEIGHT);
+                Scene scene = new Scene(engine)) {
+            this.engine = engine;
+            this.window = window;
+            window.setClearColor(0xFF000000).show(scene);
+            root = scene.root().setChildrenOrdered(true);  // draw by render order
+            try {
+                return build(png);
+            } finally {
+                while (!owned.isEmpty()) {
+                    owned.pop().close();
+                }
+            }
         } finally {
-            tearDown();
+            surface.release();
+            // The engine's statistics went to its log as it closed: everything back to zero.
+            NativeBitmap.Native_printResourceLog();
         }
     }
 
@@ -218,151 +213,110 @@ public final class Showcase {
                 WIDTH, HEIGHT, WIDTH / 2f, HEIGHT / 2f, 0);
 
         step("images: a Java bitmap, an engine bitmap queued from a second thread, a native bitmap");
-        int checker = sprite("checkerboard", root, textureFromJava(picture(120, 120, Showcase::checkerColour)),
+        Sprite checker = sprite("checkerboard", root, textureFromJava(picture(120, 120, Showcase::checkerColour)),
                 120, 120, HIT_X, HIT_Y, 1);
-        int queued = texture();
+        Texture queued = own(new Texture(engine));
         Thread producer = new Thread(() -> {
-            int bitmap = Kesto2.CreateBitmap(env);
-            boolean ok = Kesto2.Bitmap_Set(bitmap, picture(120, 120, (x, y) -> disc(x, y, 120)))
-                    && Kesto2.Texture_SetupByBitmap(queued, bitmap, true);
-            Kesto2.DestroyBitmap(bitmap);
-            if (!ok) {
-                throw new IllegalStateException("queueing a bitmap from the producer thread failed");
+            try (Image image = new Image(engine)) {
+                queued.queue(image.set(picture(120, 120, (x, y) -> disc(x, y, 120))), true);
             }
         }, "producer");
         producer.start();
         producer.join();
-        int discSprite = sprite("disc (queued)", root, queued, 120, 120, 230, 110, 1);
-        int nativeBitmap = check(NativeBitmap.Native_createBitmap(), "Native_createBitmap");
-        check(NativeBitmap.Native_setBitmap(nativeBitmap, Kesto2.PIXEL_FORMAT_RGBA8888, 120, 120,
-                pixelBytes(picture(120, 120, (x, y) -> rings(x, y, 120)))), "Native_setBitmap");
-        int ringsTexture = texture();
-        check(Kesto2.Texture_SetupByNativeBitmapAndRealize(ringsTexture, nativeBitmap), "native bitmap upload");
-        NativeBitmap.Native_destroyBitmap(nativeBitmap);
-        int ringsSprite = sprite("rings (native bitmap)", root, ringsTexture, 120, 120, 370, 110, 1);
-        for (int image : new int[] {checker, discSprite, ringsSprite}) {
-            check(Kesto2.SceneNode_AddPartialSceneRenderFlag(image, THUMBNAIL_FLAG, false), "flag");
+        Sprite discSprite = sprite("disc (queued)", root, queued, 120, 120, 230, 110, 1);
+        Texture ringsTexture;
+        try (NativeImage rings = new NativeImage()) {
+            rings.set(PixelFormat.RGBA8888, 120, 120, pixelBytes(picture(120, 120, (x, y) -> rings(x, y, 120))));
+            ringsTexture = own(new Texture(engine)).upload(rings);
+        }
+        Sprite ringsSprite = sprite("rings (native bitmap)", root, ringsTexture, 120, 120, 370, 110, 1);
+        for (Node image : new Node[] {checker, discSprite, ringsSprite}) {
+            image.addRenderFlag(THUMBNAIL_FLAG, false);
         }
 
         step("a card turned 50 degrees about y");
-        int cardSprite = sprite("card", root, textureFromJava(picture(140, 100, Showcase::card)), 140, 100, 530, 110, 1);
-        Kesto2.SceneNode_SetRotate(cardSprite, 0f, 50f, 0f);
+        sprite("card", root, textureFromJava(picture(140, 100, Showcase::card)), 140, 100, 530, 110, 1)
+                .setRotation(0f, 50f, 0f);
 
         step("a group at half opacity");
-        int fading = group("fading group", root, 1);
-        place(fading, 690, 110);
-        int back = sprite("group square 1", fading, textureFromJava(picture(1, 1, (x, y) -> 0xFFFF5050)),
-                80, 80, 0, 0, 0);
-        Kesto2.SceneNode_SetPosition(back, -20f, 20f, 0f);
-        int front = sprite("group square 2", fading, textureFromJava(picture(1, 1, (x, y) -> 0xFF50C8FF)),
-                80, 80, 0, 0, 1);
-        Kesto2.SceneNode_SetPosition(front, 20f, -20f, 0f);
-        Kesto2.SceneNode_SetGroupAlpha(fading, 0.5f);
+        Node fading = place(group("fading group", root, 1), 690, 110);
+        sprite("group square 1", fading, textureFromJava(picture(1, 1, (x, y) -> 0xFFFF5050)), 80, 80, 0, 0, 0)
+                .setPosition(-20f, 20f, 0f);
+        sprite("group square 2", fading, textureFromJava(picture(1, 1, (x, y) -> 0xFF50C8FF)), 80, 80, 0, 0, 1)
+                .setPosition(20f, -20f, 0f);
+        fading.setGroupAlpha(0.5f);
 
         step("a strip clipped by a scissor");
-        int clip = check(Kesto2.CreateScissor(env), "CreateScissor");
-        nodes.add(clip);
-        Kesto2.Scissor_SetArea(clip, 40, 240, 320, 60);
-        Kesto2.SceneNode_SetRenderOrder(clip, 2);
-        check(Kesto2.SceneNode_AddChild(root, clip), "SceneNode_AddChild");
-        int strip = sprite("striped strip", clip, textureFromJava(picture(400, 200, Showcase::stripes)),
-                400, 200, 200, 270, 0);
-        Kesto2.SceneNode_SetRotate(strip, 0f, 0f, 12f);
+        Scissor clip = own(new Scissor(engine)).setArea(40, 240, 320, 60);
+        clip.setRenderOrder(2);
+        root.add(clip);
+        sprite("striped strip", clip, textureFromJava(picture(400, 200, Showcase::stripes)), 400, 200, 200, 270, 0)
+                .setRotation(0f, 0f, 12f);
 
         step("a blur at three levels");
-        int detailTexture = textureFromJava(picture(128, 128, Showcase::detail));
+        Texture detail = textureFromJava(picture(128, 128, Showcase::detail));
         float[] levels = {0f, 3f, 6f};
         for (int i = 0; i < levels.length; ++i) {
-            int blur = check(Kesto2.CreateBlurSprite(env), "CreateBlurSprite");
-            nodes.add(blur);
+            BlurSprite blur = own(new BlurSprite(engine));
             names.put(blur, "blur " + levels[i]);
-            check(Kesto2.Sprite_SetupGeometry(blur, 0, 110f, 110f, 0f, 0f, 0f), "geometry");
-            check(Kesto2.BlurSprite_SetTexture(blur, context, detailTexture, 6f), "BlurSprite_SetTexture");
-            check(Kesto2.BlurSprite_SetBlurParameter(blur, context, levels[i]), "BlurSprite_SetBlurParameter");
-            place(blur, 480 + 130 * i, 270);
-            Kesto2.SceneNode_SetRenderOrder(blur, 2);
-            check(Kesto2.SceneNode_AddChild(root, blur), "SceneNode_AddChild");
+            blur.setSize(0, 110f, 110f);
+            blur.setTexture(detail, 6f).setBlur(levels[i]);
+            place(blur, 480 + 130 * i, 270).setRenderOrder(2);
+            root.add(blur);
         }
 
         step("a thumbnail of the image row, rendered into a texture");
-        int thumbnailTexture = texture();
-        check(Kesto2.Texture_RealizeBlankTexture(thumbnailTexture, Kesto2.PIXEL_FORMAT_RGBA8888, WIDTH, HEIGHT),
-                "Texture_RealizeBlankTexture");
-        check(Kesto2.Window_NativeRenderPartialSceneToTexture(window, thumbnailTexture, THUMBNAIL_FLAG,
-                20, 40, 420, 140, false), "Window_NativeRenderPartialSceneToTexture");
-        sprite("thumbnail", root, thumbnailTexture, 240, 80, 160, 410, 3);
+        Texture thumbnail = own(new Texture(engine)).allocate(PixelFormat.RGBA8888, WIDTH, HEIGHT)
+                .renderFrom(window, THUMBNAIL_FLAG, 20, 40, 420, 140);
+        sprite("thumbnail", root, thumbnail, 240, 80, 160, 410, 3);
 
         step("48 tinted sparks sharing one texture: drawn with one call");
-        int sparkTexture = textureFromJava(picture(16, 16, Showcase::spark));
+        Texture sparkTexture = textureFromJava(picture(16, 16, Showcase::spark));
         for (int i = 0; i < 48; ++i) {
             float size = 16 + i * 7 % 5 * 5;
-            int spark = sprite("spark " + i, root, sparkTexture, size, size,
+            Sprite spark = sprite("spark " + i, root, sparkTexture, size, size,
                     335 + i % 12 * 38 + i * 13 % 11, 372 + i / 12 * 24 + i * 7 % 9, 4);
-            Kesto2.SceneNode_SetRotate(spark, 0f, 0f, i * 29f);
-            Kesto2.Sprite_SetRGBOperation(spark, 0, 1);
-            Kesto2.Sprite_SetColor(spark, 0, 255, 150 + i * 45 % 106, 60 + i * 71 % 196);
-            Kesto2.Sprite_SetAlpha(spark, 0, 190 + i * 23 % 66);
+            spark.setRotation(0f, 0f, i * 29f);
+            spark.setTint(0, true).setColor(0, 0xFF0000 | (150 + i * 45 % 106) << 8 | 60 + i * 71 % 196)
+                    .setAlpha(0, 190 + i * 23 % 66);
         }
 
         step("render");
         Result result = new Result();
         long start = System.nanoTime();
-        Kesto2.Window_RenderWithoutPresent(window);
+        window.renderWithoutPresent();
         result.firstFrameMillis = millisSince(start);
 
         step("snapshot");
-        result.snapshot = Kesto2.Window_NativeGetSnapshot(window, 0, 0, 0, 0);
-        if (result.snapshot == null) {
-            throw new IllegalStateException("Window_NativeGetSnapshot failed (see the engine log)");
-        }
-        Kesto2.Window_GetFrameStatistics(window, result.batchedStatistics);
-        check(Kesto2.Window_Present(window), "Window_Present");
+        result.snapshot = window.snapshot();
+        window.frameStatistics(result.batchedStatistics);
+        window.present();
 
         step("the same frame drawn mesh by mesh");
-        Kesto2.Window_SetBatching(window, false);
-        Kesto2.Window_RenderWithoutPresent(window);
-        result.perMeshSnapshot = Kesto2.Window_NativeGetSnapshot(window, 0, 0, 0, 0);
-        Kesto2.Window_GetFrameStatistics(window, result.perMeshStatistics);
-        Kesto2.Window_SetBatching(window, true);
-        check(Kesto2.Window_Present(window), "Window_Present");
-        step(String.format("%d meshes: %d draw calls batched, %d mesh by mesh",
-                result.batchedStatistics[Kesto2.STAT_MESHES], result.batchedStatistics[Kesto2.STAT_DRAW_CALLS],
-                result.perMeshStatistics[Kesto2.STAT_DRAW_CALLS]));
+        window.setBatching(false).renderWithoutPresent();
+        result.perMeshSnapshot = window.snapshot();
+        window.frameStatistics(result.perMeshStatistics);
+        window.setBatching(true).present();
+        step(String.format("%d meshes: %d draw calls batched, %d mesh by mesh", result.batchedStatistics.meshes(),
+                result.batchedStatistics.drawCalls(), result.perMeshStatistics.drawCalls()));
 
         step("steady frames and a hit test");
         double[] frames = new double[STEADY_FRAMES];
         for (int i = 0; i < frames.length; ++i) {
             start = System.nanoTime();
-            check(Kesto2.Window_Render(window), "Window_Render");
+            window.render();
             frames[i] = millisSince(start);
         }
         java.util.Arrays.sort(frames);
         result.frameMillis = (frames[(frames.length - 1) / 2] + frames[frames.length / 2]) / 2;
         start = System.nanoTime();
-        int hit = Kesto2.Window_HitTest(window, HIT_X, HIT_Y);
+        Node hit = window.hitTest(HIT_X, HIT_Y);
         result.hitTestMillis = millisSince(start);
-        result.hitName = hit == 0 ? "nothing" : names.getOrDefault(hit, "handle " + hit);
+        result.hitName = hit == null ? "nothing" : names.getOrDefault(hit, "an unnamed node");
         if (png != null) {
             writePng(result.snapshot, png);
         }
         return result;
-    }
-
-    private void tearDown() {
-        for (int i = nodes.size() - 1; i >= 0; --i) {
-            Kesto2.DestroySceneNode(nodes.get(i));  // one destroy serves every node kind
-        }
-        for (int texture : textures) {
-            Kesto2.DestroyTexture(texture);
-        }
-        Kesto2.DestroyScene(scene);
-        Kesto2.Window_UnbindSurface(window);
-        Kesto2.DestroyWindow(window);
-        surface.release();
-        Kesto2.DestroyContext(context);
-        // The statistics go to the engine log: everything back to zero.
-        Kesto2.DeinitEnvironment(env);
-        NativeBitmap.Native_printResourceLog();
     }
 
     static void writePng(Bitmap bitmap, File file) throws IOException {

@@ -5,6 +5,7 @@ import static org.junit.Assert.assertTrue;
 
 import android.graphics.Bitmap;
 import com.xol.kesto2.Kesto2;
+import com.xol.kesto2.scene.FrameStatistics;
 import java.io.File;
 import javax.imageio.ImageIO;
 import org.junit.BeforeClass;
@@ -45,16 +46,15 @@ public class ShowcaseTest {
             }
         }
         assertEquals("pixels differing between the paths", 0, differing);
-        int[] batched = result.batchedStatistics, single = result.perMeshStatistics;
-        assertEquals(batched[Kesto2.STAT_MESHES], single[Kesto2.STAT_MESHES]);
-        assertEquals(single[Kesto2.STAT_MESHES], single[Kesto2.STAT_DRAW_CALLS]);
-        assertEquals(0, single[Kesto2.STAT_BATCHES]);
-        assertTrue(batched[Kesto2.STAT_DRAW_CALLS] + " of " + single[Kesto2.STAT_DRAW_CALLS],
-                batched[Kesto2.STAT_DRAW_CALLS] < single[Kesto2.STAT_DRAW_CALLS]);
+        FrameStatistics batched = result.batchedStatistics, single = result.perMeshStatistics;
+        assertEquals(batched.meshes(), single.meshes());
+        assertEquals(single.meshes(), single.drawCalls());
+        assertEquals(0, single.batches());
+        assertTrue(batched + " against " + single, batched.drawCalls() < single.drawCalls());
         // The scissor and the blur levels other than the highest end runs.
-        assertTrue(batched[Kesto2.STAT_BREAK_SCISSOR] > 0);
-        assertTrue(batched[Kesto2.STAT_BREAK_BLUR] > 0);
-        assertTrue(batched[Kesto2.STAT_TEXTURE_BYTES] > Showcase.WIDTH * Showcase.HEIGHT * 4);
+        assertTrue(batched.breaks(Kesto2.STAT_BREAK_SCISSOR) > 0);
+        assertTrue(batched.breaks(Kesto2.STAT_BREAK_BLUR) > 0);
+        assertTrue(batched.textureBytes() > Showcase.WIDTH * Showcase.HEIGHT * 4);
     }
 
     @Test

@@ -1,0 +1,132 @@
+package com.xol.kesto2.scene;
+
+import android.graphics.Bitmap;
+import android.view.Surface;
+import com.xol.kesto2.Kesto2;
+
+/** A window surface the engine draws a scene into. */
+public final class Window extends EngineObject {
+    /**
+     * A window of the engine's context bound to {@code surface}, which is made current.
+     *
+     * @param engine the engine
+     * @param surface the surface to draw into
+     * @param width its width in pixels
+     * @param height its height in pixels
+     * @throws KestoException when the surface cannot be bound
+     */
+    public Window(Engine engine, Surface surface, int width, int height) {
+        super(engine, KestoException.check(
+                Kesto2.CreateWindowByContext(engine.environment(), engine.context()), "CreateWindowByContext"));
+        if (!Kesto2.Window_BindSurface(handle(), surface, width, height)) {
+            String line = Kesto2.GetLastError();
+            close();
+            throw new KestoException(line != null ? line : "Window_BindSurface failed");
+        }
+    }
+
+    @Override
+    void destroy(int handle) {
+        Kesto2.Window_UnbindSurface(handle);
+        Kesto2.DestroyWindow(handle);
+    }
+
+    /**
+     * Shows {@code scene} through its camera in the whole window.
+     *
+     * @param scene the scene
+     * @return this window
+     */
+    public Window show(Scene scene) {
+        Kesto2.Viewport_LinkCamera(Kesto2.Window_GetDefaultViewport(handle()), scene.camera());
+        KestoException.checkLogged();
+        return this;
+    }
+
+    /**
+     * The colour behind the scene.
+     *
+     * @param argb the colour as 0xAARRGGBB
+     * @return this window
+     */
+    public Window setClearColor(int argb) {
+        Kesto2.Window_SetClearColor(handle(), (argb >>> 16 & 0xFF) / 255f, (argb >>> 8 & 0xFF) / 255f,
+                (argb & 0xFF) / 255f, (argb >>> 24) / 255f);
+        return this;
+    }
+
+    /**
+     * Batching (on by default) draws runs of meshes sharing texture and blending with one call;
+     * off, every mesh is drawn on its own. The pixels are the same either way.
+     *
+     * @param enabled whether to batch
+     * @return this window
+     */
+    public Window setBatching(boolean enabled) {
+        Kesto2.Window_SetBatching(handle(), enabled);
+        return this;
+    }
+
+    /**
+     * Draws a frame and shows it.
+     *
+     * @throws KestoException when drawing or presenting failed
+     */
+    public void render() {
+        KestoException.check(Kesto2.Window_Render(handle()), "Window_Render");
+    }
+
+    /**
+     * Draws a frame without showing it, for {@link #snapshot()}.
+     *
+     * @throws KestoException when drawing failed
+     */
+    public void renderWithoutPresent() {
+        Kesto2.Window_RenderWithoutPresent(handle());
+        KestoException.checkLogged();
+    }
+
+    /**
+     * Shows the frame drawn last.
+     *
+     * @throws KestoException when presenting failed
+     */
+    public void present() {
+        KestoException.check(Kesto2.Window_Present(handle()), "Window_Present");
+    }
+
+    /**
+     * The window's pixels as drawn by the last {@link #renderWithoutPresent()}.
+     *
+     * @return a new bitmap of the window's size
+     * @throws KestoException when the window cannot be read
+     */
+    public Bitmap snapshot() {
+        Bitmap shot = Kesto2.Window_NativeGetSnapshot(handle(), 0, 0, 0, 0);
+        KestoException.check(shot != null, "Window_NativeGetSnapshot");
+        return shot;
+    }
+
+    /**
+     * The node whose content is under a window pixel.
+     *
+     * @param x pixels from the left edge
+     * @param y pixels from the top edge
+     * @return the topmost node hit, or null
+     */
+    public Node hitTest(int x, int y) {
+        int hit = Kesto2.Window_HitTest(handle(), x, y);
+        return hit != 0 ? engine.nodes.get(hit) : null;
+    }
+
+    /**
+     * What the last render drew; fills {@code out} without allocating.
+     *
+     * @param out the statistics to fill
+     * @return {@code out}
+     */
+    public FrameStatistics frameStatistics(FrameStatistics out) {
+        Kesto2.Window_GetFrameStatistics(handle(), out.values);
+        return out;
+    }
+}
