@@ -130,7 +130,8 @@ if(KESTO_LSAN_JVM_TESTS)
                              $<TARGET_FILE:kesto_keep_loaded> ${kesto_sanitizer_dir}/lsan-jvm.supp
                              ${engine_pattern}
                              ${Java_JAVA_EXECUTABLE} -Xcheck:jni
-                             -Djava.library.path=${jvm_library_path} -cp ${jvm_class_path}
+                             -Djava.library.path=${jvm_library_path}
+                             -Dkesto.golden=${CMAKE_CURRENT_SOURCE_DIR}/jvm/golden -cp ${jvm_class_path}
                              org.junit.runner.JUnitCore ${package}.${class})
             set_tests_properties(lsan.jvm.${class} PROPERTIES LABELS "jvm;lsan" TIMEOUT 300)
         endforeach()

@@ -1,5 +1,8 @@
 package android.graphics;
 
+import java.awt.image.BufferedImage;
+import java.io.IOException;
+import java.io.OutputStream;
 import java.nio.Buffer;
 import java.nio.ByteBuffer;
 import java.nio.ByteOrder;
@@ -22,6 +25,13 @@ import java.nio.ShortBuffer;
  * mLockCount} (int, changed only while holding this object's monitor).
  */
 public final class Bitmap {
+    /** The encodings of {@link #compress}; the stand-in writes PNG only. */
+    public enum CompressFormat {
+        JPEG,
+        PNG,
+        WEBP
+    }
+
     public enum Config {
         ALPHA_8(1),
         RGB_565(2),
@@ -100,6 +110,29 @@ public final class Bitmap {
         // Native code holding the address keeps the memory until its last unlock drops it.
         if (mLockCount == 0) {
             mBuffer = null;
+        }
+    }
+
+    /**
+     * Writes the bitmap as PNG (the quality is ignored, as for PNG on a device); false for the
+     * other formats and for a recycled bitmap.
+     */
+    public boolean compress(CompressFormat format, int quality, OutputStream stream) {
+        if (format != CompressFormat.PNG || mRecycled) {
+            return false;
+        }
+        boolean opaque = mConfig == Config.RGB_565;
+        BufferedImage image = new BufferedImage(mWidth, mHeight,
+                opaque ? BufferedImage.TYPE_INT_RGB : BufferedImage.TYPE_INT_ARGB);
+        for (int y = 0; y < mHeight; ++y) {
+            for (int x = 0; x < mWidth; ++x) {
+                image.setRGB(x, y, getPixel(x, y));
+            }
+        }
+        try {
+            return javax.imageio.ImageIO.write(image, "png", stream);
+        } catch (IOException e) {
+            return false;
         }
     }
 
