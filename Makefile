@@ -36,3 +36,9 @@ clean:
 bench: configure
 	@cmake --build $(BUILD_DIR) -j $(JOBS) --target kesto_benchmarks
 	@scripts/with-x.sh bench/run.sh $(BUILD_DIR) $(BENCH_ARGS)
+
+# Engine line coverage per folder, from every test that uses the plain library (the sanitizer and
+# fuzzer builds compile copies of their own and are left out). Not part of `test`.
+.PHONY: coverage
+coverage: setup
+	@scripts/with-x.sh scripts/coverage.sh build-coverage
