@@ -3,6 +3,8 @@
 
 A line counts once however many objects compile it (headers): covered if any count is above 0.
 Usage: coverage-table.py OBJECT_DIR SOURCE_ROOT
+With KESTO_COVERAGE_LINES=FILE set, the uncovered lines are also written there, one per line, so
+that two runs can be compared.
 """
 import json
 import os
@@ -38,3 +40,8 @@ for folder in FOLDERS:
     total += len(mine)
     print(f"{folder:10} {covered:8} {len(mine):7} {100.0 * covered / max(len(mine), 1):8.1f}%")
 print(f"{'total':10} {total_covered:8} {total:7} {100.0 * total_covered / max(total, 1):8.1f}%")
+
+if os.environ.get("KESTO_COVERAGE_LINES"):
+    with open(os.environ["KESTO_COVERAGE_LINES"], "w") as out:
+        for path, number in sorted(key for key, covered in lines.items() if not covered):
+            out.write(f"{path}:{number}\n")

@@ -6,7 +6,7 @@ cd "$(dirname "$0")/.."
 build=${1:-build-coverage}
 
 cmake -S . -B "$build" -DCMAKE_BUILD_TYPE=Debug -DKESTO_COVERAGE=ON -DKESTO_TSAN_TESTS=OFF \
-    -DKESTO_ASAN_TESTS=OFF -DKESTO_LSAN_JVM_TESTS=OFF -DKESTO_BUILD_FUZZERS=OFF \
+    -DKESTO_ASAN_TESTS=OFF -DKESTO_LSAN_JVM_TESTS=OFF \
     -DKESTO_BUILD_BENCHMARKS=OFF >/dev/null
 cmake --build "$build" -j "$(nproc)"
 objects="$build/CMakeFiles/xolkesto2engine.dir"

@@ -17,8 +17,6 @@ packages=(
     android-liblog-dev android-platform-frameworks-native-headers
     # Java binding, JVM tests and images
     default-jdk-headless junit4 libpng-dev
-    # fuzzing (libFuzzer comes with clang's runtime)
-    clang libclang-rt-14-dev
 )
 
 missing=()

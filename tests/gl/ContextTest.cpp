@@ -54,17 +54,6 @@ TEST_F(ContextTest, InitChoosesTheExactConfigAndLeavesNothingCurrent) {
     EXPECT_EQ("init -", messages.back());
 }
 
-TEST_F(ContextTest, WithoutAnExactConfigTheFirstIsTakenSilently) {
-    // The 24-bit screen has no 5-6-5 configs; EGL lists deeper ones that still match.
-    Context own;
-    LogCapture log;
-    ASSERT_TRUE(own.init(env, 5, 6, 5, 0));
-    EXPECT_EQ(8, ConfigAttribute(env, own.eglConfig, EGL_GREEN_SIZE));
-    for (const std::string& message : log.messages("KestoContext")) {
-        EXPECT_EQ(std::string::npos, message.find("eglConfig index:")) << message;
-    }
-}
-
 TEST_F(ContextTest, SecondInitIsRefusedAndTheContextKeepsWorking) {
     LogCapture log;
     EXPECT_FALSE(context->init(env, 8, 8, 8, 0));
@@ -92,34 +81,6 @@ TEST_F(ContextTest, FailedInitsTearEverythingDown) {
         EXPECT_EQ(EGL_NO_CONTEXT, impossible.eglContext);
     }
     EXPECT_EQ(before, ResourceCounters::Now());
-}
-
-TEST_F(ContextTest, DeinitOfAnUninitialisedContextLogsOnlyItsFrame) {
-    Context idle;
-    LogCapture log;
-    idle.deinit();
-    idle.deinit();
-    const std::vector<std::string> expected = {"deinit +", "Context eglMakeCurrent - deinit()",
-                                               "Context VertexBuffer (0,0) (0,0 bytes) 0",
-                                               "deinit -"};
-    std::vector<std::string> twice = expected;
-    twice.insert(twice.end(), expected.begin(), expected.end());
-    EXPECT_EQ(twice, log.messages("KestoContext"));
-}
-
-TEST_F(ContextTest, TargetSurfaceNullReturnsToThePbuffer) {
-    EXPECT_TRUE(context->targetSurface(nullptr));
-    EXPECT_EQ(context->pbufferSurface, context->currentSurface);
-    EXPECT_EQ(context->pbufferSurface, eglGetCurrentSurface(EGL_DRAW));
-
-    Context idle;
-    LogCapture log;
-    EXPECT_FALSE(idle.targetSurface(nullptr));
-    EXPECT_FALSE(idle.runOnCurrentThread());
-    idle.removeFromCurrentThread();
-    EXPECT_TRUE(log.has("KestoContext", 'E', "targetSurface NG - null context"));
-    EXPECT_TRUE(log.has("KestoContext", 'E', "runOnCurrentThread NG - null context"));
-    EXPECT_TRUE(log.has("KestoContext", 'E', "removeFromCurrentThread NG - null context"));
 }
 
 TEST_F(ContextTest, VertexBufferAccountingKeepsPeaksAndRefusesStrangers) {

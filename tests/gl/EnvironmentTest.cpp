@@ -97,19 +97,5 @@ TEST(EnvironmentTest, StatisticsPrintObjectRowsOnlyWhenNonZero) {
     EXPECT_EQ(0, c["eglDisplay"] + c["eglContext"] + c["eglSurface"]);
 }
 
-TEST(EnvironmentDeathTest, DeletingWithoutDeinitComplainsAndStillReports) {
-    GTEST_FLAG_SET(death_test_style, "threadsafe");
-    EXPECT_EXIT(
-        {
-            Environment* env = NewObject<Environment>();
-            env->init(8, 8, 8, 0);
-            DeleteObject(env);
-            std::exit(0);
-        },
-        testing::ExitedWithCode(0),
-        "KestoEnv E .* KestoEnv Should call deinit\\(\\)\\.\n"
-        "KestoEnv I .* eglDisplay 1 1\n");
-}
-
 }  // namespace
 }  // namespace kesto

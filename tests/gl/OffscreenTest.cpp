@@ -34,40 +34,6 @@ std::unique_ptr<Texture> BlankTexture(Environment* env, int width, int height) {
 
 KESTO_ON_BOTH_PATHS(OffscreenTest);
 
-TEST_P(OffscreenTest, FramebufferCacheServesSmallerRequestsUntilToggledOff) {
-    Renderer* renderer = context->renderer;
-    {
-        LogCapture log;
-        EXPECT_EQ(0u, renderer->getFramebufferObject(0, 10));
-        EXPECT_TRUE(
-            log.has("KestoRender", 'E', "getFramebufferObject NG (width, height) = (0, 10)"));
-    }
-    const GLuint large = renderer->getFramebufferObject(512, 512);
-    ASSERT_NE(0u, large);
-    EXPECT_EQ(large, renderer->getFramebufferObject(256, 256));
-    // The placeholder colour buffer of an 8-8-8 context is GL_RGBA4.
-    GLint format = 0;
-    glBindRenderbuffer(GL_RENDERBUFFER, renderer->renderbuffer);
-    glGetRenderbufferParameteriv(GL_RENDERBUFFER, GL_RENDERBUFFER_INTERNAL_FORMAT, &format);
-    EXPECT_EQ(GL_RGBA4, format);
-
-    std::unique_ptr<Texture> target = BlankTexture(env, 64, 32);
-    ASSERT_TRUE(renderer->toggleRenderToTexture(target->renderTextureHandle, 64, 32));
-    EXPECT_EQ(64, renderer->viewportWidth);
-    EXPECT_EQ(32, renderer->viewportHeight);
-    GLint bound = 0;
-    glGetIntegerv(GL_FRAMEBUFFER_BINDING, &bound);
-    EXPECT_EQ(large, GLuint(bound));
-    renderer->clearBuffers(1, 0, 0, 1);
-    renderer->endRenderToTexture();
-    glGetIntegerv(GL_FRAMEBUFFER_BINDING, &bound);
-    EXPECT_EQ(0, bound);
-    EXPECT_EQ(0, renderer->framebufferWidth) << "ending always discards the framebuffer";
-    EXPECT_EQ(Pixel({255, 0, 0, 255}),
-              PixelOf(ReadTexture(target->renderTextureHandle, 63, 31, 1, 1), 1, 0, 0));
-    EXPECT_EQ(GLenum(GL_NO_ERROR), glGetError());
-}
-
 TEST_P(OffscreenTest, OtherColourSizesGetNoPlaceholder) {
     Context odd;
     ASSERT_TRUE(odd.init(env, 4, 4, 4, 4));
@@ -183,26 +149,6 @@ TEST_P(OffscreenTest, PartialSceneFillsTheTextureTopRowFirst) {
     GLint bound = -1;
     glGetIntegerv(GL_FRAMEBUFFER_BINDING, &bound);
     EXPECT_EQ(0, bound);
-}
-
-TEST_P(OffscreenTest, ExternalTextureCopyFillsTheTarget) {
-    // A 2x2 image: red, green / blue, white.
-    const uint8_t rgba[] = {255, 0, 0, 255, 0, 255, 0, 255, 0, 0, 255, 255, 255, 255, 255, 255};
-    host::ExternalImage image(2, 2, rgba);
-    ASSERT_TRUE(image.valid());
-    Texture source(env);
-    ASSERT_TRUE(source.init());
-    ASSERT_TRUE(image.attachTo(source.createOESTexture()));
-    source.setTextureTransform(1, 0, 0, 0, 0, 1, 0, 0, 0, 0, 1, 0, 0, 0, 0, 1);
-    std::unique_ptr<Texture> target = BlankTexture(env, 16, 16);
-    ASSERT_TRUE(window->renderOESTextureToTexture(&source, target.get(), 0, 0, 1, 1));
-    const std::vector<uint8_t> out = ReadTexture(target->renderTextureHandle, 0, 0, 16, 16);
-    // External images arrive bottom row first: the shader flips v, so the target's first row
-    // shows the image's last row.
-    EXPECT_EQ(Pixel({0, 0, 255, 255}), PixelOf(out, 16, 0, 0));
-    EXPECT_EQ(Pixel({255, 255, 255, 255}), PixelOf(out, 16, 15, 0));
-    EXPECT_EQ(Pixel({255, 0, 0, 255}), PixelOf(out, 16, 0, 15));
-    EXPECT_EQ(Pixel({0, 255, 0, 255}), PixelOf(out, 16, 15, 15));
 }
 
 }  // namespace

@@ -34,22 +34,6 @@ Strings Lines(LogCapture& log, const char* tag = nullptr) {
     return lines;
 }
 
-TEST(DefaultShaderTest, SourcesAreTheExactTexts) {
-    const std::pair<const char*, size_t> sources[] = {
-        {DEFAULT_VERTEX_SHADER, 224},      {DEFAULT_FRAGMENT_SHADER, 170},
-        {NO_TEXTURE_VERTEX_SHADER, 156},   {NO_TEXTURE_FRAGMENT_SHADER, 87},
-        {NO_TRANSFORM_VERTEX_SHADER, 128}, {BLUR_FRAGMENT_SHADER, 600},
-        {OES_TEXTURE_VERTEXT_SHADER, 310}, {OES_TEXTURE_FRAGMENT_SHADER, 229},
-    };
-    for (const auto& [source, length] : sources) {
-        EXPECT_EQ(length, std::strlen(source)) << source;
-        const bool oes = source == OES_TEXTURE_FRAGMENT_SHADER;
-        EXPECT_EQ(oes ? 46 : std::string::npos, std::string(source).find('\n')) << source;
-    }
-    EXPECT_EQ("precision mediump float;", std::string(OES_TEXTURE_FRAGMENT_SHADER + 47, 24));
-    EXPECT_EQ(21u, std::strlen(OES_TEXTURE_SP));
-}
-
 // A manager of its own on the fixture's context, so registration starts from scratch; deleting it
 // must give back every GL object and allocation it made.
 class ShaderManagerTest : public test::GlTest {
@@ -132,30 +116,6 @@ TEST_F(ShaderManagerTest, RegistrationCopiesAndRefusesDuplicates) {
               Lines(log));
 }
 
-TEST_F(ShaderManagerTest, SamplersAreListedOnlyWithoutAttributes) {
-    const char* attributes[] = {"position", "texCoord", nullptr};
-    const char* samplers[] = {"Sampler0", "Sampler1", nullptr};
-    // Besides the manager: a list node for the record and for every name listed, and an array for
-    // every name copied. The attributes are listed, the samplers are not, not even without them.
-    ASSERT_TRUE(manager->registerShaderProgram("A", "V", "F", attributes, samplers));
-    EXPECT_EQ(1 + 3, Grown("new"));
-    EXPECT_EQ(3 + 2, Grown("new[]"));
-    ASSERT_TRUE(manager->registerShaderProgram("B", "V", "F", nullptr, samplers));
-    EXPECT_EQ(4 + 1, Grown("new"));
-    EXPECT_EQ(5 + 3, Grown("new[]"));
-
-    const ResourceCounters listed = ResourceCounters::Now();
-    List<const char*> names;
-    LogCapture log;
-    EXPECT_FALSE(manager->setupNameList(names, nullptr));
-    EXPECT_TRUE(manager->setupNameList(names, samplers));
-    EXPECT_EQ(2, names.count);
-    manager->destroyNameList(names);
-    EXPECT_EQ(0, names.count);
-    EXPECT_EQ(listed, ResourceCounters::Now());
-    EXPECT_EQ(Strings{"KestoSM E setupNameList NG - name Array is null"}, Lines(log));
-}
-
 TEST_F(ShaderManagerTest, FailedBuildsReleaseWhatTheyMadeAndRetry) {
     // Registered before its shaders: names are resolved only when the program is built.
     ASSERT_TRUE(manager->registerShaderProgram("P", "V", "BAD", POSITION_ATTRIBUTES, nullptr));
@@ -190,69 +150,6 @@ TEST_F(ShaderManagerTest, FailedBuildsReleaseWhatTheyMadeAndRetry) {
     }
     expected.push_back("KestoSM E getShader NG - shader name is null");
     EXPECT_EQ(expected, Lines(log, "KestoSM"));
-}
-
-TEST_F(ShaderManagerTest, TextureMatrixFlagFollowsTheNamePrefix) {
-    RegisterDefaults(DEFAULT_VERTEX_SHADER, DEFAULT_FRAGMENT_SHADER);
-    for (const char* name :
-         {"_KESTO_OES_TEXTURE_SP", "_KESTO_OES_TEXTURE_SP_2", "_KESTO_OES_TEXTURE_S",
-          "X_KESTO_OES_TEXTURE_SP", "_kesto_oes_texture_sp"}) {
-        ASSERT_TRUE(manager->registerShaderProgram(name, "V", "F", nullptr, nullptr));
-        ShaderProgram* program = manager->getShaderProgram(name);
-        ASSERT_NE(nullptr, program) << name;
-        EXPECT_EQ(std::strncmp(name, "_KESTO_OES_TEXTURE_SP", 21) == 0 ? 1 : 0,
-                  program->textureMatrixFlag)
-            << name;
-    }
-}
-
-TEST_F(ShaderManagerTest, AttributesAreBoundOnlyAfterTheLink) {
-    RegisterDefaults(DEFAULT_VERTEX_SHADER, DEFAULT_FRAGMENT_SHADER);
-    const char* reversed[] = {"texCoord", "position", nullptr};
-    ASSERT_TRUE(manager->registerShaderProgram("P", "V", "F", reversed, nullptr));
-    ASSERT_TRUE(manager->registerShaderProgram("Q", "V", "F", nullptr, nullptr));
-    const GLuint bound = manager->getShaderProgram("P")->glProgram;
-    const GLuint unbound = manager->getShaderProgram("Q")->glProgram;
-    // In force: what the link chose on its own, the same as for a program without bindings.
-    EXPECT_EQ(glGetAttribLocation(unbound, "position"), glGetAttribLocation(bound, "position"));
-    EXPECT_EQ(glGetAttribLocation(unbound, "texCoord"), glGetAttribLocation(bound, "texCoord"));
-    glLinkProgram(bound);  // the recorded bindings show on the next link
-    EXPECT_EQ(0, glGetAttribLocation(bound, "texCoord"));
-    EXPECT_EQ(1, glGetAttribLocation(bound, "position"));
-    EXPECT_EQ(GLenum(GL_NO_ERROR), glGetError());
-}
-
-TEST_F(ShaderManagerTest, SamplerListBindsTextureUnitsInOrder) {
-    RegisterDefaults(
-        NO_TEXTURE_VERTEX_SHADER,
-        "precision mediump float;uniform sampler2D A;uniform sampler2D B;"
-        "void main(){gl_FragColor = texture2D(A, vec2(0.0)) + texture2D(B, vec2(0.0));}");
-    // Registration never lists samplers beside attributes; fill the lists directly to reach the
-    // binding step.
-    const char* samplers[] = {"A", "B", nullptr};
-    const char* missing[] = {"A", "C", nullptr};
-    ASSERT_TRUE(manager->registerShaderProgram("P", "V", "F", nullptr, nullptr));
-    ASSERT_TRUE(manager->setupNameList(manager->programs.tail->value.samplerNames, samplers));
-    ASSERT_TRUE(manager->registerShaderProgram("Q", "V", "F", nullptr, nullptr));
-    ASSERT_TRUE(manager->setupNameList(manager->programs.tail->value.samplerNames, missing));
-
-    const GLuint program = manager->getShaderProgram("P")->glProgram;
-    for (GLint unit : {0, 1}) {
-        GLint bound = -1;
-        glGetUniformiv(program, glGetUniformLocation(program, samplers[unit]), &bound);
-        EXPECT_EQ(unit, bound) << samplers[unit];
-    }
-    LogCapture log;
-    EXPECT_EQ(nullptr, manager->getShaderProgram("Q"));
-    EXPECT_EQ(nullptr, manager->programs.tail->value.program);
-    EXPECT_EQ(GLenum(GL_NO_ERROR), glGetError());
-    EXPECT_EQ(1, Grown("GLProgram"));
-    EXPECT_EQ((Strings{"KestoSP E setupTextureLocation NG - null location, name:C",
-                       "KestoSM E getShaderProgram setupTextureLocation NG",
-                       "KestoSP I ShaderProgram glDetachShader.",
-                       "KestoSP I ShaderProgram glDetachShader.",
-                       "KestoSP I ShaderProgram glDeleteProgram."}),
-              Lines(log));
 }
 
 }  // namespace

@@ -23,16 +23,6 @@ using test::LogCapture;
 using test::ResourceCounters;
 using Strings = std::vector<std::string>;
 
-std::vector<float> Uniform(GLuint program, GLint location, int count) {
-    std::vector<float> values(count);
-    glGetUniformfv(program, location, values.data());
-    return values;
-}
-
-std::vector<float> Values(const Matrix& matrix) {
-    return std::vector<float>(matrix.m, matrix.m + 16);
-}
-
 // Two freshly compiled stages linked and made current; everything released at scope exit.
 struct LinkedProgram {
     Shader vertex;
@@ -83,52 +73,6 @@ TEST_F(ShaderTest, CompileReplacesFailsCleanlyAndDestroyReleases) {
 }
 
 using ShaderProgramTest = test::GlTest;
-
-TEST_F(ShaderProgramTest, LooksUpUniformsOnFirstUseAndSetsThem) {
-    LinkedProgram p(OES_TEXTURE_VERTEXT_SHADER, DEFAULT_FRAGMENT_SHADER);
-    ASSERT_TRUE(p.ok);
-    ShaderProgram& sp = p.program;
-    const GLuint program = sp.glProgram;
-    EXPECT_TRUE(sp.setupTextureLocation(3, "Sampler0"));
-    GLint unit = -1;
-    glGetUniformiv(program, glGetUniformLocation(program, "Sampler0"), &unit);
-    EXPECT_EQ(3, unit);
-    Matrix projection, modelView, texture;
-    projection.setAsTranslation(1, 2, 3);
-    modelView.setAsScale(2, 3, 4);
-    texture.setAsScale(0.5f, 2, 1);
-    EXPECT_TRUE(sp.setProjectionMatrix(projection));
-    EXPECT_TRUE(sp.setModelViewMatrixMatrix(modelView));
-    EXPECT_TRUE(sp.setBlendColor(0.25f, 0.5f, 0.75f, 1));
-
-    // Without the flag the texture matrix is never found, so every call looks up again; the
-    // cleared blend colour location shows it.
-    const GLint textureLocation = glGetUniformLocation(program, "TextureMatrix");
-    ASSERT_NE(-1, textureLocation);
-    sp.blendColorLocation = -1;
-    EXPECT_TRUE(sp.setTextureMatrixLocation(texture));
-    EXPECT_EQ(-1, sp.textureMatrixLocation);
-    EXPECT_NE(-1, sp.blendColorLocation);
-    sp.textureMatrixFlag = 1;
-    EXPECT_TRUE(sp.setTextureMatrixLocation(texture));
-    EXPECT_EQ(textureLocation, sp.textureMatrixLocation);
-    EXPECT_EQ(GLenum(GL_NO_ERROR), glGetError());
-    EXPECT_EQ(Values(projection), Uniform(program, sp.projectionMatrixLocation, 16));
-    EXPECT_EQ(Values(modelView), Uniform(program, sp.modelViewMatrixLocation, 16));
-    EXPECT_EQ(Values(texture), Uniform(program, textureLocation, 16));
-    EXPECT_EQ((std::vector<float>{0.25f, 0.5f, 0.75f, 1}),
-              Uniform(program, sp.blendColorLocation, 4));
-
-    LogCapture log;
-    EXPECT_FALSE(sp.setupTextureLocation(0, "Nothing"));
-    EXPECT_TRUE(log.has("KestoSP", 'E', "setupTextureLocation NG - null location, name:Nothing"));
-    // The texture-matrix location and flag describe the kind of program, so they survive.
-    sp.destroy();
-    EXPECT_EQ(
-        std::make_tuple(-1, -1, -1, textureLocation, 1),
-        std::make_tuple(sp.projectionMatrixLocation, sp.modelViewMatrixLocation,
-                        sp.blendColorLocation, sp.textureMatrixLocation, sp.textureMatrixFlag));
-}
 
 TEST_F(ShaderProgramTest, RefusesWhatItCannotUse) {
     ShaderProgram program;
@@ -181,32 +125,6 @@ TEST_F(ShaderProgramTest, RefusesWhatItCannotUse) {
         log.messages("KestoSP"));
 }
 
-TEST_F(ShaderProgramTest, KeepsOneShaderPerStageAndForgetsDeletedOnes) {
-    LinkedProgram p(DEFAULT_VERTEX_SHADER, DEFAULT_FRAGMENT_SHADER);
-    ASSERT_TRUE(p.ok);
-    Shader other;
-    ASSERT_TRUE(other.createVertexShader(NO_TEXTURE_VERTEX_SHADER));
-    LogCapture log;
-    EXPECT_TRUE(p.program.attachShader(&other));
-    EXPECT_EQ(&other, p.program.vertexShader);
-    GLuint attached[4] = {};
-    GLsizei count = 0;
-    glGetAttachedShaders(p.program.glProgram, 4, &count, attached);
-    const GLuint expected[] = {other.glShader, p.fragment.glShader};
-    EXPECT_TRUE(std::is_permutation(expected, expected + 2, attached, attached + count))
-        << "the first vertex shader must be detached";
-
-    p.fragment.destroy();
-    p.program.detachShader(&p.fragment);
-    EXPECT_EQ(nullptr, p.program.fragmentShader);
-    EXPECT_EQ(GLenum(GL_NO_ERROR), glGetError());
-    p.program.destroy();
-    other.destroy();
-    EXPECT_EQ((Strings{"ShaderProgram glDetachShader.", "detachShader NG - null gl shader",
-                       "ShaderProgram glDetachShader.", "ShaderProgram glDeleteProgram."}),
-              log.messages("KestoSP"));
-}
-
 TEST_F(ShaderProgramTest, FailedLinkKeepsTheProgramForItsOwner) {
     const ResourceCounters before = ResourceCounters::Now();
     LogCapture log;
@@ -220,31 +138,6 @@ TEST_F(ShaderProgramTest, FailedLinkKeepsTheProgramForItsOwner) {
     const size_t infoLog = text.find("ProgramInfoLog:\n");
     ASSERT_NE(std::string::npos, infoLog);
     EXPECT_NE('\n', text[infoLog + 16]) << "empty program info log";
-}
-
-TEST_F(ShaderProgramTest, WithoutModelViewEverySetterLooksUpAgainAndFails) {
-    LinkedProgram p(
-        "attribute vec4 position;uniform mat4 ProjectionMatrix;"
-        "void main(){gl_Position = ProjectionMatrix * position;}",
-        NO_TEXTURE_FRAGMENT_SHADER);
-    ASSERT_TRUE(p.ok);
-    Matrix matrix;
-    LogCapture log;
-    EXPECT_FALSE(p.program.setProjectionMatrix(matrix));
-    EXPECT_FALSE(p.program.setModelViewMatrixMatrix(matrix));
-    EXPECT_FALSE(p.program.setTextureMatrixLocation(matrix));
-    // The failed look-ups stored the blend colour, so this one needs none.
-    EXPECT_TRUE(p.program.setBlendColor(0, 0.5f, 1, 1));
-    EXPECT_EQ(GLenum(GL_NO_ERROR), glGetError());
-    EXPECT_EQ((std::vector<float>{0, 0.5f, 1, 1}),
-              Uniform(p.program.glProgram, p.program.blendColorLocation, 4));
-    ASSERT_NE(-1, p.program.projectionMatrixLocation);
-    const std::string lookUp = "setupDefaultUniformLocation NG - null location (" +
-                               std::to_string(p.program.projectionMatrixLocation) + " -1)";
-    EXPECT_EQ((Strings{lookUp, "setProjectionMatrix NG - null location", lookUp,
-                       "setModelViewMatrixMatrix NG - null location", lookUp,
-                       "setTextureMatrix NG - null location"}),
-              log.messages("KestoSP"));
 }
 
 }  // namespace

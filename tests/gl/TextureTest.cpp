@@ -131,20 +131,6 @@ TEST_F(TextureTest, ALargerTextureHoldsTheBitmapAtItsOriginAndTakesSubImages) {
     EXPECT_NE(0u, texture.renderTextureHandle) << "refusals before the upload keep the texture";
 }
 
-TEST_F(TextureTest, Rgb888SubImagesAreRefusedAndCostTheTexture) {
-    Texture texture(env);
-    ASSERT_TRUE(texture.init());
-    ASSERT_TRUE(texture.realizeBlankTexture(PIXEL_FORMAT_RGB888, 7, 8));
-    EXPECT_EQ(22 * 8, texture.textureBytes) << "rows rounded up to even";
-    Bitmap patch;
-    ASSERT_TRUE(patch.allocateBitmap(PIXEL_FORMAT_RGB888, 2, 2));
-    LogCapture log;
-    EXPECT_FALSE(texture.realizeSubTexture(0, 0, patch.getBitmapInfo()));
-    EXPECT_TRUE(log.has("KestoTexture", 'E', "Unsupported pixel format 00038880"));
-    EXPECT_EQ(0u, texture.renderTextureHandle);
-    EXPECT_EQ(0, texture.pixelFormat);
-}
-
 TEST_F(TextureTest, PrecedenceIsNativeThenRenderThreadThenNewestQueued) {
     Texture texture(env);
     ASSERT_TRUE(texture.init());
@@ -257,21 +243,6 @@ TEST_F(TextureTest, FailedUploadsStillReleaseTheNameTheyMade) {
                         "count overflows"));
     EXPECT_EQ(before - 2, Texture::GLTexturesCount);
     Texture::GLTexturesCount += 2;  // give the fixture's balance back
-}
-
-TEST(TextureSizeTest, PowerOfTwoDimensions) {
-    LogCapture log;
-    EXPECT_EQ(1, Texture::CalculateHigherOrEqualPowerOfTwoDimension(1));
-    EXPECT_EQ(4, Texture::CalculateHigherOrEqualPowerOfTwoDimension(3));
-    EXPECT_EQ(256, Texture::CalculateHigherOrEqualPowerOfTwoDimension(200));
-    EXPECT_EQ(16384, Texture::CalculateHigherOrEqualPowerOfTwoDimension(16384));
-    EXPECT_EQ(16385, Texture::CalculateHigherOrEqualPowerOfTwoDimension(16385));
-    EXPECT_EQ(0, Texture::CalculateHigherOrEqualPowerOfTwoDimension(0));
-    EXPECT_EQ(0, Texture::CalculateHigherOrEqualPowerOfTwoDimension(-5));
-    EXPECT_EQ((std::vector<std::string>{"CalculateHigherOrEqualPowerOfTwoDimension NG 16385",
-                                        "CalculateHigherOrEqualPowerOfTwoDimension NG 0",
-                                        "CalculateHigherOrEqualPowerOfTwoDimension NG -5"}),
-              log.messages("KestoTexture"));
 }
 
 }  // namespace

@@ -100,26 +100,6 @@ TEST_F(VertexBufferTest, OversizedAllocationIsRefused) {
     EXPECT_EQ(0u, vb.bufferSize);
 }
 
-TEST_F(MaterialTest, DefaultsAndPlainSetters) {
-    Material material;
-    EXPECT_EQ(0.27f, material.red);
-    EXPECT_EQ(1.0f, material.alpha);
-    EXPECT_EQ(0, material.rgbOperation);
-    EXPECT_TRUE(material.enableColorBlending);
-    material.setColor(255, 128, 0);
-    EXPECT_EQ(1.0f, material.red);
-    EXPECT_EQ(static_cast<float>(128 / 255.0), material.green);
-    EXPECT_EQ(0.0f, material.blue);
-    {
-        Texture texture(nullptr);
-        EXPECT_TRUE(material.setTexture(0, &texture));
-        EXPECT_FALSE(material.setTexture(1, nullptr));
-        EXPECT_EQ(&texture, material.getTexture(0));
-        EXPECT_EQ(nullptr, material.getTexture(1));
-    }
-    EXPECT_EQ(nullptr, material.getTexture(0)) << "a destroyed texture unlinks itself";
-}
-
 TEST_F(MaterialTest, UniformVariablesKeepTheirShape) {
     test::CountersRestored restored;
     Material material;

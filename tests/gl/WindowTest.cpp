@@ -178,22 +178,5 @@ TEST_F(WindowTest, HitTestsConvertWindowPixelsAndNeedASize) {
     EXPECT_TRUE(log.has("KestoVp", 'E', "querySceneNodeOriginPositionOnViewport NG - null camera"));
 }
 
-TEST_F(WindowTest, ConstructionWithoutContextIsReportedAndCounted) {
-    const int windowsBefore = env->windowCount;
-    LogCapture log;
-    {
-        Window orphan(env, nullptr);
-        EXPECT_EQ(windowsBefore + 1, env->windowCount);
-        orphan.render();  // unbound: refused
-    }
-    EXPECT_EQ(windowsBefore, env->windowCount);
-    const std::vector<std::string> messages = log.messages("KestoWnd");
-    ASSERT_EQ(3u, messages.size());
-    EXPECT_EQ(0u, messages[0].rfind("NG - environment=", 0));
-    EXPECT_NE(std::string::npos, messages[0].find(" context=00000000"));
-    EXPECT_EQ("render - eglSurface 0", messages[1]);
-    EXPECT_EQ("~Window", messages[2]);
-}
-
 }  // namespace
 }  // namespace kesto

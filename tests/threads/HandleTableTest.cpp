@@ -15,9 +15,6 @@ namespace {
 bool AcceptsTexture(Kind kind) {
     return kind == Kind::TEXTURE;
 }
-bool AcceptsScene(Kind kind) {
-    return kind == Kind::SCENE;
-}
 
 void* Find(HandleTable& table, jint handle, HandleTable::Status* status) {
     void* object;
@@ -25,37 +22,6 @@ void* Find(HandleTable& table, jint handle, HandleTable::Status* status) {
     bool embedded;
     *status = table.find(handle, &AcceptsTexture, &object, &kind, &embedded);
     return object;
-}
-
-TEST(HandleTableTest, HandlesArePositiveMultiplesOfFourAndKindChecked) {
-    HandleTable table;
-    int objects[64];
-    std::set<jint> seen;
-    for (int& object : objects) {
-        const jint handle = table.add(&object, Kind::TEXTURE, false);
-        ASSERT_GT(handle, 0);
-        ASSERT_EQ(0, handle % 4);
-        EXPECT_TRUE(seen.insert(handle).second);
-        HandleTable::Status status;
-        EXPECT_EQ(&object, Find(table, handle, &status));
-        EXPECT_EQ(HandleTable::Status::FOUND, status);
-        // A texture handle plus one is never a handle itself.
-        EXPECT_EQ(nullptr, Find(table, handle + 1, &status));
-    }
-    void* object;
-    Kind kind;
-    bool embedded;
-    EXPECT_EQ(HandleTable::Status::WRONG_KIND,
-              table.find(*seen.begin(), &AcceptsScene, &object, &kind, &embedded));
-    EXPECT_EQ(Kind::TEXTURE, kind);
-    EXPECT_EQ(nullptr, object);
-    EXPECT_EQ(HandleTable::Status::NONE, table.find(0, &AcceptsScene, &object, &kind, &embedded));
-    for (jint madeUp : {-4, 4 << 28, 0x7FFFFFFC, 3}) {
-        EXPECT_EQ(HandleTable::Status::UNKNOWN,
-                  table.find(madeUp, &AcceptsTexture, &object, &kind, &embedded))
-            << madeUp;
-    }
-    EXPECT_EQ(64, table.liveCount());
 }
 
 // One texture a frame is the common pattern: a destroyed handle must not come back as another

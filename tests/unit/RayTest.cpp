@@ -16,28 +16,6 @@ Ray MakeRay(Vector origin, Vector direction) {
     return ray;
 }
 
-TEST(RayTest, SetupAndTransformKeepAUnitDirection) {
-    test::LogCapture log;
-    const Ray ray = MakeRay(Vector(1, 2, 3), Vector(0, 0, -5));
-    Matrix m;
-    m.setAsScale(2, 2, 2);
-    Ray local;
-    ASSERT_TRUE(ray.getTransformedRay(m, &local));
-    EXPECT_EQ((std::vector<float>{2, 4, 6, 0, 0, -1}),
-              (std::vector<float>{local.origin.x, local.origin.y, local.origin.z, local.direction.x,
-                                  local.direction.y, local.direction.z}));
-    m.setAsScale(1, 1, 0);
-    EXPECT_FALSE(ray.getTransformedRay(m, &local));  // silently
-    EXPECT_FALSE(local.setup(Vector(1, 2, 3), Vector(0, 0, 0)));
-    EXPECT_EQ(3.0f, local.origin.z);  // taken even when the direction is refused
-    ray.logi("pick");
-    EXPECT_EQ(1, log.count("KestoRay", 'E', "setup - illegal ray"));
-    EXPECT_TRUE(
-        log.has("KestoRay", 'I',
-                "pick - (1.000000, 2.000000, 3.000000) --> (0.000000, 0.000000, -1.000000)"));
-    EXPECT_EQ(2u, log.lines().size());
-}
-
 TEST(RayTest, HitsBothWindingsWithTheWindingNormal) {
     const Ray ray = MakeRay(Vector(0, 0, 10), kDown);
     Vector position(9, 9, 9), normal, direction;

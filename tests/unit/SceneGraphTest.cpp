@@ -33,28 +33,6 @@ class SceneGraphTest : public ::testing::Test {
     Renderer renderer{EGL_NO_DISPLAY, EGL_NO_CONTEXT, nullptr};
 };
 
-TEST_F(SceneGraphTest, LocalTransformScalesThenRotatesXYZThenTranslates) {
-    SceneNode node(&env);
-    EXPECT_TRUE(node.getWorldTransform(nullptr).m[0] == 1.0f);
-    node.setScale(Vector(2, 3, 4));
-    node.setRotate(Vector(90, 0, 90));
-    node.setPosition(Vector(10, 20, 30));
-    Vector out;
-    node.getTransform().transformPosition(Vector(1, 0, 0), &out);
-    // Scaled to (2,0,0); x rotation leaves it; z rotation turns it to (0,2,0); then moved.
-    EXPECT_NEAR(10, out.x, 1e-5f);
-    EXPECT_NEAR(22, out.y, 1e-5f);
-    EXPECT_NEAR(30, out.z, 1e-5f);
-    node.getTransform().transformPosition(Vector(0, 1, 0), &out);
-    // Scaled to (0,3,0); x rotation by 90 turns it to (0,0,3); z rotation leaves it.
-    EXPECT_NEAR(10, out.x, 1e-5f);
-    EXPECT_NEAR(20, out.y, 1e-5f);
-    EXPECT_NEAR(33, out.z, 1e-5f);
-    EXPECT_EQ(1, node.transformVersion);
-    node.getTransform();
-    EXPECT_EQ(1, node.transformVersion) << "recomputed although clean";
-}
-
 TEST_F(SceneGraphTest, WorldTransformsFollowThreeLevelsLazily) {
     SceneNode grandparent(&env), parent(&env), child(&env);
     ASSERT_TRUE(grandparent.addChild(&parent, true));
@@ -251,42 +229,6 @@ TEST_F(SceneGraphTest, CameraPlacesItselfOnePixelPerUnit) {
     EXPECT_TRUE(
         log.has("KestoCam", 'E', "querySceneNodeOriginPositionOnViewport NG - zero viewport size"));
     EXPECT_EQ(1.0f, untouched.x);
-}
-
-TEST_F(SceneGraphTest, CameraRaysAndPartialProjection) {
-    Scene scene(&env);
-    ProbeNode centre(&env, "centre", &journal), corner(&env, "corner", &journal);
-    scene.rootNode.addChild(&centre, true);
-    scene.rootNode.addChild(&corner, true);
-    corner.setPosition(Vector(239, 399, 0));  // the top right pixel of 480x800
-    renderer.viewportWidth = 480;
-    renderer.viewportHeight = 800;
-    scene.defaultCamera.renderScene(&renderer);
-
-    Vector position, direction;
-    journal.clear();
-    ASSERT_TRUE(scene.defaultCamera.hitTest(480, 800, 0, 0, &position, nullptr, &direction));
-    EXPECT_EQ((std::vector<std::string>{"hit centre"}), journal);  // the newest child is last
-    EXPECT_NEAR(-1.0f, direction.z, 1e-6f);
-    EXPECT_NEAR(0.0f, position.x, 1e-3f);
-    ASSERT_TRUE(scene.defaultCamera.hitTest(480, 800, 1, 1, &position, nullptr, nullptr));
-    EXPECT_NEAR(1.0f, position.x, 1e-3f);  // (240, 400): the corner node's top right edge
-    EXPECT_NEAR(1.0f, position.y, 1e-3f);
-
-    // The whole viewport as the region: the full projection mirrored in y.
-    Matrix full = renderer.projectionMatrix;
-    scene.defaultCamera.renderPartialScene(&renderer, 1, 0, 0, 480, 800, false);
-    for (int i = 0; i < 16; ++i) {
-        const float expected = (i % 4 == 1) ? -full.m[i] : full.m[i];
-        EXPECT_NEAR(expected, renderer.projectionMatrix.m[i], 1e-6f) << i;
-    }
-    // The top left quarter fills the target: its centre maps to the target's centre.
-    scene.defaultCamera.renderPartialScene(&renderer, 1, 0, 0, 240, 400, false);
-    Vector eye, clip;
-    renderer.viewMatrix.transformPosition(Vector(-120, 200, 0), &eye);
-    renderer.projectionMatrix.projectPosition(eye, &clip);
-    EXPECT_NEAR(0.0f, clip.x, 1e-5f);
-    EXPECT_NEAR(0.0f, clip.y, 1e-5f);
 }
 
 }  // namespace

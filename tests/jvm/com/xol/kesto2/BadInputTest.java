@@ -104,38 +104,4 @@ public class BadInputTest {
         assertEquals(before, status());
     }
 
-    @Test
-    public void nullObjectsAndRecycledBitmapsAreRefused() {
-        List<String> before = status();
-        assertFalse(Kesto2.Window_BindSurface(window, null, 64, 64));
-        assertFalse(Kesto2.Bitmap_Set(bitmap, null));
-        assertFalse(Kesto2.Texture_SetupByAndroidBitmapAndRealize(texture, null));
-        Surface released = new Surface(8, 8);
-        released.release();
-        int other = Kesto2.CreateWindowByContext(env, context);
-        refused("released surface", () -> assertFalse(Kesto2.Window_BindSurface(other, released, 8, 8)));
-        Kesto2.DestroyWindow(other);
-
-        Bitmap recycled = Bitmap.createBitmap(4, 4, Bitmap.Config.ARGB_8888);
-        recycled.recycle();
-        refused("Bitmap_Set recycled", () -> assertFalse(Kesto2.Bitmap_Set(bitmap, recycled)));
-        refused("upload recycled", () -> assertFalse(
-                Kesto2.Texture_SetupByAndroidBitmapAndRealize(texture, recycled)));
-        refused("convert recycled", () -> assertFalse(
-                Kesto2.Bitmap_SetAndConvert(bitmap, recycled, 0, 0, 0, 0)));
-        refused("sub-texture recycled", () -> assertFalse(
-                Kesto2.Texture_RealizeSubTexture(texture, 0, 0, recycled, 0, 0, 2, 2)));
-        // Configs the engine cannot take.
-        Bitmap alpha = Bitmap.createBitmap(4, 4, Bitmap.Config.ALPHA_8);
-        try (NativeLog log = new NativeLog()) {
-            assertFalse(Kesto2.Texture_SetupByAndroidBitmapAndRealize(texture, alpha));
-            assertTrue(log.lines().toString(), log.has("KestoABIG", 'E', "Unsupported SkBitmap config. 2"));
-        }
-        Bitmap argb4444 = Bitmap.createBitmap(4, 4, Bitmap.Config.ARGB_4444);
-        try (NativeLog log = new NativeLog()) {
-            assertFalse(Kesto2.Bitmap_Set(bitmap, argb4444));
-            assertTrue(log.lines().toString(), log.has("KestoABIG", 'E', "Unsupported SkBitmap config. 5"));
-        }
-        assertEquals(before, status());
-    }
 }
