@@ -34,18 +34,6 @@ std::unique_ptr<Texture> BlankTexture(Environment* env, int width, int height) {
 
 KESTO_ON_BOTH_PATHS(OffscreenTest);
 
-TEST_P(OffscreenTest, OtherColourSizesGetNoPlaceholder) {
-    Context odd;
-    ASSERT_TRUE(odd.init(env, 4, 4, 4, 4));
-    ASSERT_TRUE(odd.runOnCurrentThread());
-    LogCapture log;
-    EXPECT_EQ(0u, odd.renderer->getFramebufferObject(8, 8));
-    EXPECT_TRUE(log.has("KestoRender", 'E',
-                        "getFramebufferObject NG: only support RGB565, RGB888, RGBA8888"));
-    odd.deinit();
-    ASSERT_TRUE(context->runOnCurrentThread());
-}
-
 TEST_P(OffscreenTest, PostProcessQuadBuffersAndRefusals) {
     Renderer* renderer = context->renderer;
     ASSERT_TRUE(renderer->createPostProcessBuffers());

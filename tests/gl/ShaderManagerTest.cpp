@@ -61,37 +61,6 @@ class ShaderManagerTest : public test::GlTest {
     ShaderManager* manager = nullptr;
 };
 
-TEST_F(ShaderManagerTest, BuiltInProgramsBuildOnFirstRequestAndShareShaders) {
-    ASSERT_TRUE(Context::RegisterBuiltInShaders(manager));
-    EXPECT_EQ(0, Grown("GLShader"));
-    for (const char* name :
-         {DEFAULT_SP, NO_TEXTURE_SP, POST_PROCESS_BLUR_SP, BLUR_SP, OES_TEXTURE_SP}) {
-        ShaderProgram* program = manager->getShaderProgram(name);
-        ASSERT_NE(nullptr, program) << name;
-        GLint current = 0;
-        glGetIntegerv(GL_CURRENT_PROGRAM, &current);
-        EXPECT_EQ(GLint(program->glProgram), current) << name;
-        EXPECT_EQ(program, manager->getShaderProgram(name)) << name;
-    }
-    EXPECT_EQ(GLenum(GL_NO_ERROR), glGetError());
-    // Two of the eight shaders serve two programs each.
-    EXPECT_EQ(8, Grown("GLShader"));
-    EXPECT_EQ(8, Grown("Shader"));
-    EXPECT_EQ(5, Grown("GLProgram"));
-
-    // Programs go first, so every detach finds its shader still alive.
-    LogCapture log;
-    DeleteObject(manager);
-    manager = nullptr;
-    Strings expected;
-    for (int i = 0; i < 5; ++i) {
-        expected.insert(expected.end(), 2, "KestoSP I ShaderProgram glDetachShader.");
-        expected.push_back("KestoSP I ShaderProgram glDeleteProgram.");
-    }
-    expected.insert(expected.end(), 8, "KestoShader I Shader glDeleteShader.");
-    EXPECT_EQ(expected, Lines(log));
-}
-
 TEST_F(ShaderManagerTest, RegistrationCopiesAndRefusesDuplicates) {
     LogCapture log;
     EXPECT_TRUE(manager->registerVertexShader("V", DEFAULT_VERTEX_SHADER));

@@ -155,16 +155,5 @@ TEST(MatrixTest, FixedPointConversionOnRawBits) {
               fixed);
 }
 
-TEST(MatrixTest, LogiPrintsAllElementsInStorageOrder) {
-    Matrix m;
-    m.setAsTranslation(1, 2.5f, -3);
-    test::LogCapture log;
-    m.logi("world");
-    EXPECT_TRUE(log.has("KestoMtr", 'I',
-                        "world - (1.000,0.000,0.000,0.000)(0.000,1.000,0.000,0.000)"
-                        "(0.000,0.000,1.000,0.000)(1.000,2.500,-3.000,1.000)"))
-        << log.text();
-}
-
 }  // namespace
 }  // namespace kesto

@@ -76,42 +76,6 @@ public class BitmapStandInTest {
     }
 
     @Test
-    public void copiesAdvanceThePositionInElements() {
-        Bitmap bitmap = Bitmap.createBitmap(2, 1, Config.ARGB_8888);
-        bitmap.setPixel(0, 0, 0xFF010203);
-        bitmap.setPixel(1, 0, 0xFF040506);
-
-        ByteBuffer bytes = ByteBuffer.allocate(11);
-        bytes.position(1);
-        bitmap.copyPixelsToBuffer(bytes);
-        assertEquals(9, bytes.position());
-        assertArrayEquals(bytes(0, 1, 2, 3, 0xFF, 4, 5, 6, 0xFF, 0, 0), bytes.array());
-
-        // An int buffer sees the memory in its own byte order.
-        IntBuffer ints = ByteBuffer.allocate(12).order(ByteOrder.LITTLE_ENDIAN).asIntBuffer();
-        bitmap.copyPixelsToBuffer(ints);
-        assertEquals(2, ints.position());
-        assertEquals(0xFF030201, ints.get(0));
-        assertEquals(0xFF060504, ints.get(1));
-
-        ShortBuffer shorts = ByteBuffer.allocate(8).order(ByteOrder.BIG_ENDIAN).asShortBuffer();
-        shorts.put(0, (short) 0x0A0B);
-        shorts.put(1, (short) 0x0CFF);
-        shorts.put(2, (short) 0x0D0E);
-        shorts.put(3, (short) 0x0FFF);
-        bitmap.copyPixelsFromBuffer(shorts);
-        assertEquals(4, shorts.position());
-        assertEquals(0xFF0A0B0C, bitmap.getPixel(0, 0));
-        assertEquals(0xFF0D0E0F, bitmap.getPixel(1, 0));
-
-        ByteBuffer source = ByteBuffer.wrap(bytes(9, 1, 2, 3, 0xFF, 4, 5, 6, 0xFF));
-        source.position(1);
-        bitmap.copyPixelsFromBuffer(source);
-        assertEquals(9, source.position());
-        assertEquals(0xFF010203, bitmap.getPixel(0, 0));
-    }
-
-    @Test
     public void recycledBitmapsRefusePixelAccess() {
         Bitmap bitmap = Bitmap.createBitmap(2, 2, Config.ARGB_8888);
         assertFalse(bitmap.isRecycled());
