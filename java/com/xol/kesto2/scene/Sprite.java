@@ -89,6 +89,17 @@ public class Sprite extends Node {
     }
 
     /**
+     * Whether hit tests can find this sprite's layers (its children are unaffected).
+     *
+     * @param touchable whether to be hit
+     * @return this sprite
+     */
+    public Sprite setTouchable(boolean touchable) {
+        Kesto2.Sprite_SetTouchable(handle(), touchable);
+        return this;
+    }
+
+    /**
      * A layer's opacity.
      *
      * @param layer the layer

@@ -120,6 +120,22 @@ public final class Window extends EngineObject {
     }
 
     /**
+     * Where a node's origin lands in the window, as the last render placed the camera.
+     *
+     * @param node the node
+     * @param out receives x and y: pixels from the window centre, y up
+     * @return false when the window has no size or shows no scene (then {@code out} is unchanged)
+     */
+    public boolean positionOf(Node node, float[] out) {
+        if (!Kesto2.Window_QuerySceneNodeOriginPositionOnViewport(handle(), 0, node.handle())) {
+            return false;
+        }
+        out[0] = Kesto2.getOutputVectorX();
+        out[1] = Kesto2.getOutputVectorY();
+        return true;
+    }
+
+    /**
      * What the last render drew; fills {@code out} without allocating.
      *
      * @param out the statistics to fill

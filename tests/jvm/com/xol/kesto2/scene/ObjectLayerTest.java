@@ -125,6 +125,16 @@ public class ObjectLayerTest {
             assertSame(left, window.hitTest(50, 100));
             assertSame(right, window.hitTest(150, 100));
             assertNull(window.hitTest(100, 20));
+            left.setTouchable(false);
+            assertNull(window.hitTest(50, 100));
+            float[] at = {0, 0};
+            assertTrue(window.positionOf(right.setPosition(50, 30, 0), at));
+            assertEquals(50f, at[0], 1e-3f);
+            assertEquals(30f, at[1], 1e-3f);
+            try (Scene other = new Scene(engine)) {
+                window.show(other);
+            }  // closing the scene unlinks its camera: nothing to answer with
+            assertFalse(window.positionOf(right, at));
             FrameStatistics stats = window.frameStatistics(new FrameStatistics());
             assertEquals(2, stats.meshes());
             assertEquals(1, stats.drawCalls());  // one untextured run
