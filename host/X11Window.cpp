@@ -53,9 +53,15 @@ std::unique_ptr<X11Window> X11Window::Open(int width, int height, const char* ti
     result->width_ = width;
     result->height_ = height;
     const int screen = DefaultScreen(display);
-    result->window_ = XCreateSimpleWindow(
-        display, RootWindow(display, screen), 0, 0, static_cast<unsigned>(width),
-        static_cast<unsigned>(height), 0, BlackPixel(display, screen), BlackPixel(display, screen));
+    // Backing store keeps what was presented when another window covers this one and goes: without
+    // it X repaints the background, and a read answers with whatever covers the window.
+    XSetWindowAttributes attributes{};
+    attributes.background_pixel = BlackPixel(display, screen);
+    attributes.backing_store = Always;
+    result->window_ =
+        XCreateWindow(display, RootWindow(display, screen), 0, 0, static_cast<unsigned>(width),
+                      static_cast<unsigned>(height), 0, CopyFromParent, InputOutput, CopyFromParent,
+                      CWBackPixel | CWBackingStore, &attributes);
     // A fixed size: EGL surfaces follow the window, and the engine is told the size once.
     XSizeHints hints{};
     hints.flags = PMinSize | PMaxSize;
@@ -75,8 +81,16 @@ std::unique_ptr<X11Window> X11Window::Open(int width, int height, const char* ti
 
 X11Window::~X11Window() {
     if (display_ != nullptr) {
-        XDestroyWindow(display_, window_);
+        destroyWindow();
         XCloseDisplay(display_);
+    }
+}
+
+void X11Window::destroyWindow() {
+    if (window_ != 0) {
+        XDestroyWindow(display_, window_);
+        XSync(display_, False);
+        window_ = 0;
     }
 }
 

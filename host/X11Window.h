@@ -21,6 +21,9 @@ class X11Window {
     X11Window(const X11Window&) = delete;
     X11Window& operator=(const X11Window&) = delete;
 
+    // Destroys the X window at once but keeps the connection until the object goes: closing it
+    // would free the id for the next client to connect, whose first window could take it.
+    void destroyWindow();
     // The X window id, usable as EGLNativeWindowType.
     unsigned long id() const { return window_; }
     int width() const { return width_; }

@@ -1,5 +1,5 @@
 // Faults from outside: the native window vanishing under a bound surface, the display being
-// terminated under a live context.
+// terminated under a live context. Memory running out: jvm.AllocationFaultTest.
 #include <gtest/gtest.h>
 
 #include "draw/Window.h"
@@ -27,7 +27,7 @@ TEST_F(FaultTest, WindowVanishingUnderABoundSurface) {
     window.render();
     ASSERT_TRUE(window.present());
 
-    x11.reset();  // the X window is destroyed behind the engine's back
+    x11->destroyWindow();  // behind the engine's back
     LogCapture log;
     bool presented = true;
     for (int frame = 0; frame < 5; ++frame) {
