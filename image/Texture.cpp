@@ -79,6 +79,17 @@ bool FitsContext(int width, int height) {
     return true;
 }
 
+// Without a current context GL calls do nothing: a name would be counted that was never made, and
+// the one it replaces would stay in its context uncounted. A caller on the wrong thread is refused
+// before anything is touched.
+bool GlContextCurrent(const char* caller) {
+    if (eglGetCurrentContext() != EGL_NO_CONTEXT) {
+        return true;
+    }
+    KLOGE("%s NG - no GL context is current on this thread", caller);
+    return false;
+}
+
 }  // namespace
 
 Texture::Texture(Environment* env) : environment(env) {
@@ -194,6 +205,9 @@ bool Texture::setupByRawBufferAndRealize(const Bitmap::BitmapInfo& bitmapInfo) {
         KLOGE("setupByRawBufferAndRealize NG - inputNativeBitmapValid");
         return false;
     }
+    if (!GlContextCurrent("setupByRawBufferAndRealize")) {
+        return false;
+    }
     recordSize(bitmapInfo.width, bitmapInfo.height);
     const bool realized =
         createRenderTextureImpl(bitmapInfo.width, bitmapInfo.height, bitmapInfo.width,
@@ -208,6 +222,9 @@ bool Texture::setupByRawBufferAndRealize(const Bitmap::BitmapInfo& bitmapInfo) {
 bool Texture::createRenderTexture() {
     if (inputBitmapsQueue.popBegin() == nullptr && !inputBitmapInRenderThreadValid &&
         !inputNativeBitmapValid) {
+        return false;
+    }
+    if (!GlContextCurrent("createRenderTexture")) {
         return false;
     }
     // Drain the ring: only the newest queued bitmap survives.
@@ -298,6 +315,9 @@ void Texture::destroyRenderTexture() {
 }
 
 bool Texture::realizeBlankTexture(int format, int width, int height) {
+    if (!GlContextCurrent("realizeBlankTexture")) {
+        return false;
+    }
     deinit();
     if (!init()) {
         KLOGE("realizeBlankTexture init NG");
@@ -345,6 +365,9 @@ bool Texture::realizeBlankTexture(int format, int width, int height) {
 }
 
 bool Texture::realizeSubTexture(int x, int y, const Bitmap::BitmapInfo& bitmapInfo) {
+    if (!GlContextCurrent("realizeSubTexture")) {
+        return false;
+    }
     if (renderTextureHandle == 0 || bitmapInfo.buffer == nullptr || x < 0 || y < 0 ||
         bitmapInfo.width <= 0 || bitmapInfo.height <= 0) {
         KLOGE(
@@ -389,6 +412,9 @@ bool Texture::realizeSubTexture(int x, int y, const Bitmap::BitmapInfo& bitmapIn
 
 GLuint Texture::createOESTexture() {
     KLOGI("Kesto2_Texture::createOESTexture++");
+    if (!GlContextCurrent("createOESTexture")) {
+        return 0;
+    }
     isOESTexture = true;
     destroyRenderTexture();
     glGenTextures(1, &renderTextureHandle);

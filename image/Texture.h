@@ -63,7 +63,8 @@ class Texture : public LinkTarget {
     // Uploads the pending source of highest precedence: native, then render-thread, then the
     // newest queued bitmap. False, keeping the current texture, when nothing is pending.
     bool createRenderTexture();
-    // The bitmap goes to the texture's origin; a larger texture keeps the rest undefined.
+    // The bitmap goes to the texture's origin; a larger texture keeps the rest undefined. Callers
+    // have checked that a GL context is current.
     bool createRenderTextureImpl(int textureWidth, int textureHeight, int bitmapWidth,
                                  int bitmapHeight, int format, int scanlineBytes, int bufferBytes,
                                  unsigned char* pixels);

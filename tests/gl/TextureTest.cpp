@@ -1,6 +1,7 @@
 #include <gtest/gtest.h>
 
 #include <cstring>
+#include <thread>
 #include <vector>
 
 #include "image/Bitmap.h"
@@ -17,16 +18,6 @@ using test::ReadTexture;
 using TextureTest = test::GlTest;
 using Rgba = std::vector<uint8_t>;
 
-// A bitmap whose pixels are the given 16- or 8-bit values, row by row.
-template <class Pixel>
-void Fill(Bitmap* bitmap, int format, int width, int height, const std::vector<Pixel>& pixels) {
-    ASSERT_TRUE(bitmap->allocateBitmap(format, width, height));
-    for (int row = 0; row < height; ++row) {
-        std::memcpy(bitmap->buffer + row * bitmap->scanlineBytes, &pixels[row * width],
-                    width * sizeof(Pixel));
-    }
-}
-
 void FillUniform(Bitmap* bitmap, int width, int height, uint8_t value) {
     ASSERT_TRUE(bitmap->allocateBitmap(PIXEL_FORMAT_RGBA8888, width, height));
     std::memset(bitmap->buffer, value, bitmap->bufferBytes);
@@ -38,52 +29,31 @@ Rgba Realized(Texture& texture, int width, int height) {
 }
 
 TEST_F(TextureTest, EachFormatUploadsItsPixels) {
-    const Rgba red{255, 0, 0, 255}, green{0, 255, 0, 255}, blue{0, 0, 255, 255};
-    auto concat = [](std::initializer_list<Rgba> parts) {
-        Rgba all;
-        for (const Rgba& part : parts) {
-            all.insert(all.end(), part.begin(), part.end());
-        }
-        return all;
-    };
-    // Three pixels a row (odd rows: 6, 6, 10 and 12 bytes), two rows.
-    struct Case {
+    // Three pixels a row (odd rows: 6, 6, 10 and 12 bytes), two rows; 16-bit pixels little-endian.
+    const Rgba reds{255, 0, 0, 255, 0, 255, 0, 255, 0, 0, 255, 255};  // red, green, blue
+    const Rgba secondRow{255, 255, 255, 255, 0, 0, 0, 255, 255, 0, 0, 255};
+    const struct {
         int format;
-        std::vector<uint16_t> pixels16;
-        std::vector<uint8_t> pixels8;
-        Rgba expected;
-    };
-    const Rgba white{255, 255, 255, 255}, clearWhite{255, 255, 255, 0};
-    const Case cases[] = {
-        {PIXEL_FORMAT_RGB565,
-         {0xF800, 0x07E0, 0x001F, 0xFFFF, 0x0000, 0xF800},
-         {},
-         concat({red, green, blue, white, {0, 0, 0, 255}, red})},
+        Rgba bytes, secondRowShown;
+    } cases[] = {
+        {PIXEL_FORMAT_RGB565, {0, 0xF8, 0xE0, 7, 0x1F, 0, 0xFF, 0xFF, 0, 0, 0, 0xF8}, secondRow},
         {PIXEL_FORMAT_RGBA5551,
-         {0xF801, 0x07C1, 0x003F, 0xFFFE, 0x0001, 0xF801},
-         {},
-         concat({red, green, blue, clearWhite, {0, 0, 0, 255}, red})},
+         {1, 0xF8, 0xC1, 7, 0x3F, 0, 0xFE, 0xFF, 1, 0, 1, 0xF8},
+         {255, 255, 255, 0, 0, 0, 0, 255, 255, 0, 0, 255}},
         {PIXEL_FORMAT_RGB888,
-         {},
          {255, 0, 0, 0, 255, 0, 0, 0, 255, 255, 255, 255, 0, 0, 0, 255, 0, 0},
-         concat({red, green, blue, white, {0, 0, 0, 255}, red})},
+         secondRow},
         {PIXEL_FORMAT_RGBA8888,
-         {},
          {255, 0, 0, 255, 0, 255, 0, 255, 0, 0, 255, 255, 1, 2, 3, 4, 5, 6, 7, 8, 9, 10, 11, 12},
-         concat({red, green, blue, {1, 2, 3, 4}, {5, 6, 7, 8}, {9, 10, 11, 12}})},
+         {1, 2, 3, 4, 5, 6, 7, 8, 9, 10, 11, 12}},
     };
-    for (const Case& c : cases) {
+    for (const auto& c : cases) {
         SCOPED_TRACE(testing::Message() << std::hex << c.format);
         Bitmap bitmap;
-        if (!c.pixels16.empty()) {
-            Fill(&bitmap, c.format, 3, 2, c.pixels16);
-        } else {
-            const int bpp = BytesPerPixel(c.format);
-            ASSERT_TRUE(bitmap.allocateBitmap(c.format, 3, 2));
-            for (int row = 0; row < 2; ++row) {
-                std::memcpy(bitmap.buffer + row * bitmap.scanlineBytes, &c.pixels8[row * 3 * bpp],
-                            3 * bpp);
-            }
+        ASSERT_TRUE(bitmap.allocateBitmap(c.format, 3, 2));
+        const size_t row = c.bytes.size() / 2;
+        for (int y = 0; y < 2; ++y) {
+            std::memcpy(bitmap.buffer + y * bitmap.scanlineBytes, &c.bytes[y * row], row);
         }
         Texture texture(env);
         ASSERT_TRUE(texture.init());
@@ -91,7 +61,9 @@ TEST_F(TextureTest, EachFormatUploadsItsPixels) {
         ASSERT_TRUE(texture.createRenderTexture());
         EXPECT_EQ(c.format, texture.pixelFormat);
         EXPECT_EQ(bitmap.bufferBytes, texture.textureBytes);
-        EXPECT_EQ(c.expected, Realized(texture, 3, 2));
+        Rgba expected = reds;
+        expected.insert(expected.end(), c.secondRowShown.begin(), c.secondRowShown.end());
+        EXPECT_EQ(expected, Realized(texture, 3, 2));
         EXPECT_EQ(GLenum(GL_NO_ERROR), glGetError());
     }
 }
@@ -243,6 +215,14 @@ TEST_F(TextureTest, FailedUploadsStillReleaseTheNameTheyMade) {
                         "count overflows"));
     EXPECT_EQ(before - 2, Texture::GLTexturesCount);
     Texture::GLTexturesCount += 2;  // give the fixture's balance back
+    // A thread without the context is refused before it touches anything.
+    ASSERT_TRUE(texture.realizeBlankTexture(PIXEL_FORMAT_RGBA8888, 2, 2));
+    std::thread([&] {
+        EXPECT_FALSE(texture.realizeBlankTexture(PIXEL_FORMAT_RGB565, 4, 4));
+    }).join();
+    EXPECT_TRUE(log.has("KestoTexture", 'E',
+                        "realizeBlankTexture NG - no GL context is current on this thread"));
+    EXPECT_EQ(PIXEL_FORMAT_RGBA8888, texture.pixelFormat);
 }
 
 }  // namespace
