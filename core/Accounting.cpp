@@ -8,5 +8,6 @@ std::atomic<int32_t> g_bitmapCount{0};
 std::atomic<int32_t> g_bitmapBytes{0};
 std::atomic<int32_t> g_glTextureCount{0};
 std::atomic<int32_t> g_glTextureBytes{0};
+std::atomic<int32_t> g_allocationsUntilFailure{0};
 
 }  // namespace kesto

@@ -23,8 +23,21 @@ extern std::atomic<int32_t> g_bitmapBytes;
 extern std::atomic<int32_t> g_glTextureCount;
 extern std::atomic<int32_t> g_glTextureBytes;
 
+// Allocation failure on demand, for tests of the paths that handle it: while positive, each counted
+// allocation counts it down and the one that reaches zero fails as if memory had run out. At zero,
+// the default, it costs one relaxed load.
+extern std::atomic<int32_t> g_allocationsUntilFailure;
+
+inline bool AllocationFailureInjected() {
+    return g_allocationsUntilFailure.load(std::memory_order_relaxed) > 0 &&
+           g_allocationsUntilFailure.fetch_sub(1, std::memory_order_relaxed) == 1;
+}
+
 template <class T, class... Args>
 T* NewObject(Args&&... args) {
+    if (AllocationFailureInjected()) {
+        return nullptr;
+    }
     T* object = new (std::nothrow) T(std::forward<Args>(args)...);
     if (object != nullptr) {
         g_newCount.fetch_add(1, std::memory_order_relaxed);
@@ -43,6 +56,9 @@ void DeleteObject(T* object) {
 // Elements are value-initialised (zero for scalars).
 template <class T>
 T* NewArray(size_t count) {
+    if (AllocationFailureInjected()) {
+        return nullptr;
+    }
     T* array = new (std::nothrow) T[count]();
     if (array != nullptr) {
         g_newArrayCount.fetch_add(1, std::memory_order_relaxed);
@@ -53,6 +69,9 @@ T* NewArray(size_t count) {
 // Elements are left uninitialised: for pixel and vertex buffers that are filled at once.
 template <class T>
 T* NewRawArray(size_t count) {
+    if (AllocationFailureInjected()) {
+        return nullptr;
+    }
     T* array = new (std::nothrow) T[count];
     if (array != nullptr) {
         g_newArrayCount.fetch_add(1, std::memory_order_relaxed);

@@ -6,6 +6,7 @@
 #include <new>
 #include <utility>
 
+#include "core/Accounting.h"
 #include "image/PixelBuffer.h"
 
 namespace kesto {
@@ -27,6 +28,9 @@ struct NativeBitmapTraits {
     }
 
     static uint8_t* NewBuffer(int32_t bytes) {
+        if (AllocationFailureInjected()) {
+            return nullptr;
+        }
         uint8_t* buffer = new (std::nothrow) uint8_t[static_cast<size_t>(bytes)];
         if (buffer != nullptr) {
             g_newNBmpArrayCount.fetch_add(1, std::memory_order_relaxed);

@@ -1,6 +1,7 @@
 # Sanitizer runs, included by tests/CMakeLists.txt:
 #   asan.unit.* / asan.gl.*  the unit and GL suites with the engine and the tests built under
 #                            AddressSanitizer and UndefinedBehaviorSanitizer (LeakSanitizer on)
+#   asan.jvm.*, fuzz.api     JVM runs on that engine: the allocation fault sweep, the API fuzzer
 #   lsan.jvm.*               JVM sessions with LeakSanitizer preloaded, failing on leaks that
 #                            the engine or its host library allocated
 option(KESTO_ASAN_TESTS "Also build the unit and GL tests under AddressSanitizer and UBSan" ON)
@@ -96,8 +97,17 @@ if(KESTO_ASAN_TESTS)
                      com.xol.kesto2.fuzz.ApiFuzzer
                      --seeds ${CMAKE_CURRENT_SOURCE_DIR}/fuzz/corpus/api/seeds.txt
                      --seconds ${KESTO_API_FUZZ_SECONDS})
+    set(asan_jvm_environment "LD_PRELOAD=${asan_runtime}:$<TARGET_FILE:kesto_keep_loaded>"
+        "ASAN_OPTIONS=${asan_jvm_options}" "UBSAN_OPTIONS=print_stacktrace=1:halt_on_error=1")
     set_tests_properties(fuzz.api PROPERTIES LABELS "fuzz;asan;jvm" TIMEOUT 600
-        ENVIRONMENT "LD_PRELOAD=${asan_runtime}:$<TARGET_FILE:kesto_keep_loaded>;ASAN_OPTIONS=${asan_jvm_options};UBSAN_OPTIONS=print_stacktrace=1:halt_on_error=1")
+        ENVIRONMENT "${asan_jvm_environment}")
+    # The binding's error paths when memory runs out, on the same engine.
+    add_test(NAME asan.jvm.AllocationFaultTest
+             COMMAND ${Java_JAVA_EXECUTABLE} -Xcheck:jni
+                     -Djava.library.path=${asan_jvm_dir}:${jvm_library_path} -cp ${jvm_class_path}
+                     org.junit.runner.JUnitCore com.xol.kesto2.AllocationFaultTest)
+    set_tests_properties(asan.jvm.AllocationFaultTest PROPERTIES LABELS "asan;jvm" TIMEOUT 600
+        ENVIRONMENT "${asan_jvm_environment}")
 endif()
 
 # --- LeakSanitizer in the JVM -------------------------------------------------------------------

@@ -1,9 +1,15 @@
 // Memory below 4 GiB for JVM tests of Native_copyBitmapBuffer, whose destination address is an
-// int: on a 64-bit process only such addresses survive the trip through Java.
+// int: on a 64-bit process only such addresses survive the trip through Java. And memory running
+// out: the engine's allocation failure counter, found in the engine the JVM loaded.
+#include <dlfcn.h>
 #include <jni.h>
+#include <link.h>
 #include <sys/mman.h>
 
+#include <atomic>
 #include <cstdint>
+#include <cstring>
+#include <string>
 
 extern "C" JNIEXPORT jint JNICALL Java_com_xol_kesto2_test_LowMemory_allocate(JNIEnv*, jclass,
                                                                               jint bytes) {
@@ -30,4 +36,34 @@ extern "C" JNIEXPORT void JNICALL Java_com_xol_kesto2_test_LowMemory_free(JNIEnv
                                                                           jint bytes) {
     munmap(reinterpret_cast<void*>(static_cast<uintptr_t>(static_cast<uint32_t>(address))),
            static_cast<size_t>(bytes));
+}
+
+namespace {
+
+// The engine the JVM loaded, by its file name: the sanitizer runs load a copy with another soname.
+int FindEngine(dl_phdr_info* info, size_t, void* path) {
+    const bool engine = std::strstr(info->dlpi_name, "/libxolkesto2engine.so") != nullptr;
+    if (engine) {
+        *static_cast<std::string*>(path) = info->dlpi_name;
+    }
+    return engine;
+}
+
+}  // namespace
+
+// Makes the engine's Nth counted allocation from now fail (0: none). Returns how many were still to
+// go, so 0 says the last one set did fail; -1 when no engine is loaded.
+extern "C" JNIEXPORT jint JNICALL Java_com_xol_kesto2_test_LowMemory_failAllocation(JNIEnv*, jclass,
+                                                                                    jint n) {
+    std::string path;
+    dl_iterate_phdr(FindEngine, &path);
+    void* engine = path.empty() ? nullptr : dlopen(path.c_str(), RTLD_LAZY | RTLD_NOLOAD);
+    if (engine == nullptr) {
+        return -1;
+    }
+    auto* counter = static_cast<std::atomic<int32_t>*>(dlsym(
+        engine, "_ZN5kesto25g_allocationsUntilFailureE"));  // kesto::g_allocationsUntilFailure
+    const jint left = counter == nullptr ? -1 : counter->exchange(n);
+    dlclose(engine);
+    return left;
 }
