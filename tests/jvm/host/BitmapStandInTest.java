@@ -9,11 +9,6 @@ import static org.junit.Assert.assertTrue;
 import android.graphics.Bitmap;
 import android.graphics.Bitmap.Config;
 import java.nio.ByteBuffer;
-import java.nio.ByteOrder;
-import java.nio.FloatBuffer;
-import java.nio.IntBuffer;
-import java.nio.ShortBuffer;
-import java.util.Arrays;
 import org.junit.Test;
 
 // The desktop Bitmap must hold pixels exactly as a device does: native code reads the memory.
@@ -33,19 +28,6 @@ public class BitmapStandInTest {
     }
 
     @Test
-    public void argb8888IsPremultipliedRgbaInMemory() {
-        Bitmap bitmap = Bitmap.createBitmap(3, 1, Config.ARGB_8888);
-        bitmap.setPixel(0, 0, 0xFF102030);
-        bitmap.setPixel(1, 0, 0x80FF4020);
-        bitmap.setPixel(2, 0, 0x00FFFFFF);
-        assertArrayEquals(
-                bytes(0x10, 0x20, 0x30, 0xFF, 128, 32, 16, 128, 0, 0, 0, 0), pixelBytes(bitmap));
-        assertEquals(0xFF102030, bitmap.getPixel(0, 0));
-        assertEquals(0x80FF4020, bitmap.getPixel(1, 0));
-        assertEquals(0, bitmap.getPixel(2, 0));
-    }
-
-    @Test
     public void argb8888UnpremultipliesWithRounding() {
         Bitmap bitmap = Bitmap.createBitmap(1, 1, Config.ARGB_8888);
         // Green 127 at alpha 16 is stored as 8 and reads back as 8 * 255 / 16 = 127.5 -> 128.
@@ -56,23 +38,6 @@ public class BitmapStandInTest {
         bitmap.copyPixelsFromBuffer(ByteBuffer.wrap(bytes(10, 20, 30, 40)));
         // 10 * 255 / 40 = 63.75 -> 64, 20 * 255 / 40 = 127.5 -> 128, 30 * 255 / 40 = 191.25 -> 191.
         assertEquals(0x284080BF, bitmap.getPixel(0, 0));
-    }
-
-    @Test
-    public void rgb565IsLittleEndian565() {
-        Bitmap bitmap = Bitmap.createBitmap(2, 2, Config.RGB_565);
-        bitmap.setPixel(1, 0, 0xFFFF8040);
-        bitmap.setPixel(0, 1, 0xFF0000FF);
-        // 31 << 11 | 32 << 5 | 8 = 0xFC08; blue 31 = 0x001F.
-        assertArrayEquals(bytes(0, 0, 0x08, 0xFC, 0x1F, 0x00, 0, 0), pixelBytes(bitmap));
-        // Channels come back by bit replication, opaque.
-        assertEquals(0xFFFF8242, bitmap.getPixel(1, 0));
-        assertEquals(0xFF0000FF, bitmap.getPixel(0, 1));
-        assertEquals(0xFF000000, bitmap.getPixel(0, 0));
-
-        bitmap.copyPixelsFromBuffer(ByteBuffer.wrap(bytes(0x00, 0xF8, 0xE0, 0x07, 0, 0, 0, 0)));
-        assertEquals(0xFFFF0000, bitmap.getPixel(0, 0));
-        assertEquals(0xFF00FF00, bitmap.getPixel(1, 0));
     }
 
     @Test

@@ -3,26 +3,51 @@ package com.xol.kesto2;
 import static org.junit.Assert.assertEquals;
 import static org.junit.Assert.assertFalse;
 import static org.junit.Assert.assertNotEquals;
+import static org.junit.Assert.assertNull;
 import static org.junit.Assert.assertTrue;
 
+import android.graphics.Bitmap;
 import com.xol.kesto2.test.NativeLog;
-import org.junit.After;
-import org.junit.Before;
+import com.xol.kesto2.test.Session;
+import java.util.Arrays;
+import java.util.Collections;
+import java.util.List;
+import org.junit.AfterClass;
+import org.junit.BeforeClass;
 import org.junit.Test;
 
-/** The binding's own refusals: each with its message and a neutral result. */
+/**
+ * The binding's own refusals, and good handles with bad everything else: negative and huge sizes,
+ * sizes whose byte counts overflow 32 bits, null objects and recycled bitmaps. Each call gives a
+ * neutral result, the bad ones with their message, and nothing is left allocated.
+ */
 public class BindingMessagesTest {
-    private int env;
+    private static final int[] BAD_SIZES = {-1, Integer.MIN_VALUE, Integer.MAX_VALUE, 70000, 1 << 16};
+    private static Session session;
+    private static int env;
 
-    @Before
-    public void setUp() {
-        env = Kesto2.InitEnvironmentWithConfig(8, 8, 8, 0);
-        assertNotEquals(0, env);
+    @BeforeClass
+    public static void setUp() {
+        session = new Session(false, 64, 64);
+        env = session.env;
     }
 
-    @After
-    public void tearDown() {
-        Kesto2.DeinitEnvironment(env);
+    @AfterClass
+    public static void tearDown() {
+        List<String> lines = session.end();
+        assertEquals(lines.toString(), Collections.emptyList(), Session.missingZeros(lines));
+    }
+
+    /** Runs `call` expecting a refusal: it must log an error (native bitmaps log theirs as debug). */
+    private static void refused(String what, Runnable call) {
+        try (NativeLog log = new NativeLog()) {
+            call.run();
+            boolean error = false;
+            for (String line : log.lines()) {
+                error |= line.contains(" E ") || line.startsWith("SNATIVEBITMAP D ") && line.contains(" NG");
+            }
+            assertTrue(what + ": no error line in " + log.lines(), error);
+        }
     }
 
     @Test
@@ -34,7 +59,7 @@ public class BindingMessagesTest {
             assertEquals(0, Kesto2.CreateWindow(0));
             assertEquals(0, Kesto2.CreateScene(0));
             assertEquals(
-                    java.util.Arrays.asList("CreateSprite NG - error layersCount 0",
+                    Arrays.asList("CreateSprite NG - error layersCount 0",
                             "CreateSprite NG - error layersCount -3",
                             "BlurSprite_CreateBlurSprite NG - environment 0"),
                     log.messages("KestoJNI").subList(0, 3));
@@ -57,7 +82,7 @@ public class BindingMessagesTest {
             assertFalse(Kesto2.Sprite_SetTexture(sprite, 0, 1, 0));
             assertFalse(Kesto2.SceneNode_AddPartialSceneRenderFlag(0, 1, true));
             assertFalse(Kesto2.SceneNode_RemovePartialSceneRenderFlag(0, 1, false));
-            assertEquals(java.util.Arrays.asList("Sprite_SetColor NG - no layer material 5",
+            assertEquals(Arrays.asList("Sprite_SetColor NG - no layer material 5",
                     "Sprite_SetAlpha NG - no layer material 2",
                     "SetRGBOperation NG - no layer material -1",
                     "EnableColorBlending NG - no layer material 7",
@@ -81,7 +106,7 @@ public class BindingMessagesTest {
         try (NativeLog log = new NativeLog()) {
             assertFalse(Kesto2.BlurSprite_SetTexture(blur, 0, 0, 0f));
             assertFalse(Kesto2.BlurSprite_SetBlurParameter(blur, 0, 1f));
-            assertEquals(java.util.Arrays.asList(
+            assertEquals(Arrays.asList(
                     "BlurSprite_SetTexture NG context0, sprite" + blur + ", texture0, maxBlur:0.000000",
                     "BlurSprite_SetBlurParameter NG context0, sprite" + blur),
                     log.messages("KestoJNI"));
@@ -91,22 +116,18 @@ public class BindingMessagesTest {
 
     @Test
     public void imageRefusalsNameTheirCause() {
-        int context = Kesto2.CreateContext(env, 8, 8, 8, 0);
-        assertTrue(Kesto2.Context_RunOnCurrentThread(context));
-        int window = Kesto2.CreateWindowByContext(env, context);
+        int window = Kesto2.CreateWindowByContext(env, session.context);  // with no surface
         int texture = Kesto2.CreateTexture(env);
         assertTrue(Kesto2.Texture_RealizeBlankTexture(texture, Kesto2.PIXEL_FORMAT_RGBA8888, 16, 16));
-        android.graphics.Bitmap unsupported =
-                android.graphics.Bitmap.createBitmap(4, 4, android.graphics.Bitmap.Config.ARGB_4444);
+        Bitmap unsupported = Bitmap.createBitmap(4, 4, Bitmap.Config.ARGB_4444);
         try (NativeLog log = new NativeLog()) {
-            assertEquals(null, Kesto2.Window_NativeGetSnapshot(window, 0, 0, 0, 0));  // no surface
+            assertNull(Kesto2.Window_NativeGetSnapshot(window, 0, 0, 0, 0));
             assertFalse(Kesto2.Texture_RealizeSubTexture(texture, 0, 0, unsupported, 1, 0, 2, 2));
-            assertEquals(java.util.Arrays.asList("Window_GetSnapshot: dataptr = null",
+            assertEquals(Arrays.asList("Window_GetSnapshot: dataptr = null",
                     "Texture_RealizeSubTexture realizeSubTexture NG"), log.messages("KestoJNI"));
         }
         Kesto2.DestroyTexture(texture);
         Kesto2.DestroyWindow(window);
-        Kesto2.DestroyContext(context);
     }
 
     @Test
@@ -125,9 +146,45 @@ public class BindingMessagesTest {
         Kesto2.DestroyScene(scene);
         try (NativeLog log = new NativeLog()) {
             assertFalse(Kesto2.SceneNode_AddChild(root, child));
-            assertEquals(java.util.Arrays.asList("SceneNode_AddChild NG - unknown handle " + root),
+            assertEquals(Arrays.asList("SceneNode_AddChild NG - unknown handle " + root),
                     log.messages("KestoJNI"));
         }
         Kesto2.DestroySceneNode(child);
+    }
+
+    @Test
+    public void sizesFromCallersAreRefused() {
+        List<String> before = session.status();
+        int texture = Kesto2.CreateTexture(env);
+        assertTrue(Kesto2.Texture_RealizeBlankTexture(texture, Kesto2.PIXEL_FORMAT_RGBA8888, 16, 16));
+        for (int size : BAD_SIZES) {
+            String s = " with " + size;
+            refused("CreateSprite" + s, () -> assertEquals(0, Kesto2.CreateSprite(env, size)));
+            refused("blank texture" + s, () -> assertFalse(
+                    Kesto2.Texture_RealizeBlankTexture(texture, Kesto2.PIXEL_FORMAT_RGBA8888, size, 16)));
+            refused("blank texture height" + s, () -> assertFalse(
+                    Kesto2.Texture_RealizeBlankTexture(texture, Kesto2.PIXEL_FORMAT_RGBA8888, 16, size)));
+            refused("snapshot" + s, () -> assertNull(Kesto2.Window_NativeGetSnapshot(session.window, 0, 0, size, 10)));
+            if (size < 0) {  // a large region only scales the picture; it allocates nothing
+                refused("partial scene" + s, () -> assertFalse(
+                        Kesto2.Window_NativeRenderPartialSceneToTexture(session.window, texture, 1, 0, 0, size, size, false)));
+            }
+            refused("border" + s, () -> assertFalse(Kesto2.Texture_RealizeBorder(texture, 0, 0, size, 4, 1, 0)));
+            refused("info index" + s, () -> assertEquals(0, Kesto2.Texture_QueryInfo(texture, size)));
+            Bitmap small = Bitmap.createBitmap(2, 2, Bitmap.Config.ARGB_8888);
+            refused("sub-texture" + s, () -> assertFalse(
+                    Kesto2.Texture_RealizeSubTexture(texture, 0, 0, small, 0, 0, size, 1)));
+            int nativeBitmap = NativeBitmap.Native_createBitmap();
+            refused("native bitmap" + s, () -> assertFalse(NativeBitmap.Native_setBitmap(nativeBitmap,
+                    Kesto2.PIXEL_FORMAT_RGBA8888, size, size, new byte[16])));
+            NativeBitmap.Native_destroyBitmap(nativeBitmap);
+        }
+        // Byte counts that overflow 32 bits although each side is plausible.
+        int nativeBitmap = NativeBitmap.Native_createBitmap();
+        refused("native bitmap 65535 x 65535", () -> assertFalse(NativeBitmap.Native_setBitmap(nativeBitmap,
+                Kesto2.PIXEL_FORMAT_RGBA8888, 65535, 65535, new byte[16])));
+        NativeBitmap.Native_destroyBitmap(nativeBitmap);
+        Kesto2.DestroyTexture(texture);
+        assertEquals(before, session.status());
     }
 }

@@ -1,6 +1,5 @@
 package com.xol.kesto2;
 
-import static org.junit.Assert.assertArrayEquals;
 import static org.junit.Assert.assertEquals;
 import static org.junit.Assert.assertFalse;
 import static org.junit.Assert.assertNotEquals;
@@ -9,9 +8,10 @@ import static org.junit.Assert.assertNull;
 import static org.junit.Assert.assertTrue;
 
 import android.graphics.Bitmap;
-import android.view.Surface;
 import com.xol.kesto2.test.NativeLog;
+import com.xol.kesto2.test.Session;
 import java.util.Arrays;
+import java.util.Collections;
 import java.util.List;
 import org.junit.After;
 import org.junit.Before;
@@ -38,21 +38,16 @@ public class ImageApiTest {
     private static final int WIDTH = 480;
     private static final int HEIGHT = 800;
 
+    private Session session;
     private int env;
-    private int context;
     private int window;
     private int scene;
-    private Surface surface;
 
     @Before
     public void setUp() {
-        env = RGB565 ? Kesto2.InitEnvironment() : Kesto2.InitEnvironmentWithConfig(8, 8, 8, 0);
-        assertNotEquals(0, env);
-        context = RGB565 ? Kesto2.CreateContext(env, 5, 6, 5, 0) : Kesto2.CreateContext(env, 8, 8, 8, 0);
-        assertTrue(Kesto2.Context_RunOnCurrentThread(context));
-        window = Kesto2.CreateWindowByContext(env, context);
-        surface = new Surface(WIDTH, HEIGHT);
-        assertTrue(Kesto2.Window_BindSurface(window, surface, WIDTH, HEIGHT));
+        session = new Session(RGB565, WIDTH, HEIGHT);
+        env = session.env;
+        window = session.window;
         Kesto2.Window_SetClearColor(window, 0f, 0f, 1f, 1f);
         Kesto2.Window_SetBatching(window, batching);
         scene = Kesto2.CreateScene(env);
@@ -62,22 +57,9 @@ public class ImageApiTest {
     @After
     public void tearDown() {
         Kesto2.DestroyScene(scene);
-        Kesto2.DestroyWindow(window);
-        surface.release();
-        Kesto2.DestroyContext(context);
-        List<String> status;
-        try (NativeLog log = new NativeLog()) {
-            Kesto2.Environment_LogStatus(env);
-            NativeBitmap.Native_printResourceLog();
-            status = log.lines();
-        }
-        Kesto2.DeinitEnvironment(env);
-        assertTrue(status.toString(), status.contains("KestoEnv I Texture 0 GL 0 0"));
-        assertTrue(status.contains("KestoEnv I Bitmap 0 0 0"));
-        assertTrue(status.contains("KestoEnv I new 1"));
-        assertTrue(status.contains("KestoEnv I new [] 0"));
-        assertTrue(status.contains(
-                "SNATIVEBITMAP D NativeBitmap count:0 size:0, new count:0, new array count:0"));
+        List<String> lines = session.end();
+        assertEquals(lines.toString(), Collections.emptyList(), Session.missingZeros(lines));
+        assertFalse(lines.toString(), lines.stream().anyMatch(line -> line.contains("still alive")));
     }
 
     // Quadrants red, green / white, yellow, as a Java bitmap of the context's kind.

@@ -2,15 +2,15 @@ package com.xol.kesto2;
 
 import static org.junit.Assert.assertEquals;
 import static org.junit.Assert.assertFalse;
-import static org.junit.Assert.assertNotEquals;
 import static org.junit.Assert.assertTrue;
 
 import android.graphics.Bitmap;
 import android.view.Surface;
 import com.xol.kesto2.test.NativeLog;
-import java.util.ArrayList;
+import com.xol.kesto2.test.Session;
 import java.util.Arrays;
 import java.util.Collection;
+import java.util.Collections;
 import java.util.List;
 import org.junit.Test;
 import org.junit.runner.RunWith;
@@ -29,18 +29,17 @@ public class LifetimeTest {
 
     /** A 64x64 window with a blue background and a red-textured sprite (green untextured). */
     static final class Stage {
-        final int env = Kesto2.InitEnvironmentWithConfig(8, 8, 8, 0);
-        final int context = Kesto2.CreateContext(env, 8, 8, 8, 0);
-        final int window = Kesto2.CreateWindowByContext(env, context);
-        final Surface surface = new Surface(64, 64);
+        final Session session = new Session(false, 64, 64);
+        final int env = session.env;
+        final int context = session.context;
+        final int window = session.window;
+        final Surface surface = session.surface;
         final int scene = Kesto2.CreateScene(env);
         final int root = Kesto2.Scene_GetRootNode(scene);
         final int sprite = Kesto2.CreateSprite(env, 1);
         final int texture = Kesto2.CreateTexture(env);
 
         Stage() {
-            assertTrue(Kesto2.Context_RunOnCurrentThread(context));
-            assertTrue(Kesto2.Window_BindSurface(window, surface, 64, 64));
             Kesto2.Window_SetClearColor(window, 0f, 0f, 1f, 1f);
             Kesto2.Viewport_LinkCamera(Kesto2.Window_GetDefaultViewport(window),
                     Kesto2.Scene_GetDefaultCamera(scene));
@@ -154,18 +153,10 @@ public class LifetimeTest {
         if (expected != null) {
             assertTrue(expected + " not in " + lines, lines.stream().anyMatch(line -> line.contains(expected)));
         }
-        List<String> status;
-        try (NativeLog log = new NativeLog()) {
-            Kesto2.DeinitEnvironment(stage.env);
-            status = log.lines();
-        }
-        stage.surface.release();
+        List<String> status = stage.session.end();
         assertTrue(status.toString(), status.stream().anyMatch(line -> line.startsWith(
                 "KestoJNI E DeinitEnvironment - ") && line.endsWith("are still alive: destroyed with it")));
-        for (String zero : new String[] {"eglDisplay 0 0", "eglContext 0 0", "eglSurface 0 0", "Texture 0 GL 0 0",
-                "Bitmap 0 0 0", "GLArrayBuffer 0", "new 0", "new [] 0"}) {
-            assertTrue(zero + " not in " + status, status.contains("KestoEnv I " + zero));
-        }
+        assertEquals(status.toString(), Collections.emptyList(), Session.missingZeros(status));
         try (NativeLog log = new NativeLog()) {
             assertEquals(0, Kesto2.Window_HitTest(stage.window, 32, 32));
             assertTrue(log.lines().toString(), log.has("KestoJNI", 'E', "Window_HitTest NG - unknown handle " + stage.window));

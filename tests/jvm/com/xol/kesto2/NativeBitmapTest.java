@@ -9,7 +9,6 @@ import static org.junit.Assert.assertTrue;
 
 import com.xol.kesto2.test.LowMemory;
 import com.xol.kesto2.test.NativeLog;
-import java.util.Arrays;
 import org.junit.Test;
 
 /** Native bitmaps driven from Java through the functions JNI_OnLoad registers. */

@@ -4,7 +4,7 @@ import android.graphics.Bitmap;
 import android.view.Surface;
 import com.xol.kesto2.Kesto2;
 import com.xol.kesto2.NativeBitmap;
-import com.xol.kesto2.test.NativeLog;
+import com.xol.kesto2.test.Session;
 import java.io.IOException;
 import java.lang.reflect.InvocationTargetException;
 import java.lang.reflect.Method;
@@ -212,30 +212,12 @@ public final class ApiFuzzer {
         return countsAreZero();
     }
 
-    /** A probe environment's teardown prints every count, with nothing else left alive. */
     private static boolean countsAreZero() {
-        List<String> lines;
-        try (NativeLog log = new NativeLog()) {
-            Kesto2.DeinitEnvironment(Kesto2.InitEnvironmentWithConfig(8, 8, 8, 0));
-            NativeBitmap.Native_printResourceLog();
-            lines = log.lines();
+        List<String> missing = Session.countsLeftAfterFailures();
+        if (!missing.isEmpty()) {
+            System.out.println("counts not zero, expected " + missing);
         }
-        boolean zero = true;
-        for (String expected : new String[] {"eglDisplay 0 0", "eglContext 0 0", "eglSurface 0 0",
-                "Shader 0 0", "ShaderProgram 0 0", "Bitmap 0 0 0", "GLArrayBuffer 0", "new 0", "new [] 0"}) {
-            if (!lines.contains("KestoEnv I " + expected)) {
-                System.out.println("count not zero: expected \"" + expected + "\"");
-                zero = false;
-            }
-        }
-        if (!lines.contains("SNATIVEBITMAP D NativeBitmap count:0 size:0, new count:0, new array count:0")) {
-            System.out.println("native bitmaps left");
-            zero = false;
-        }
-        if (!zero) {
-            lines.stream().filter(line -> line.startsWith("KestoEnv I ") || line.startsWith("SNATIVEBITMAP")).forEach(System.out::println);
-        }
-        return zero;
+        return missing.isEmpty();
     }
 
     public static void main(String[] args) throws IOException, InterruptedException {

@@ -2,7 +2,6 @@ package com.xol.kesto2.testing;
 
 import static org.junit.Assert.assertEquals;
 import static org.junit.Assert.assertFalse;
-import static org.junit.Assert.assertNotNull;
 import static org.junit.Assert.assertTrue;
 import static org.junit.Assert.fail;
 
@@ -54,20 +53,12 @@ public class SnapshotAssertTest {
     }
 
     @Test
-    public void theSceneMatchesItsGoldenAndPngsRoundTrip() throws Exception {
+    public void theSceneMatchesItsGolden() throws Exception {
         SnapshotAssert.assertMatches(shot, GOLDEN, 1);
-        ByteArrayOutputStream png = new ByteArrayOutputStream();
-        assertTrue(shot.compress(Bitmap.CompressFormat.PNG, 0, png));
         assertFalse(shot.compress(Bitmap.CompressFormat.JPEG, 90, new ByteArrayOutputStream()));
-        Bitmap back = BitmapFactory.decodeByteArray(png.toByteArray(), 0, png.size());
-        assertNotNull(back);
-        for (int y = 0; y < shot.getHeight(); ++y) {
-            for (int x = 0; x < shot.getWidth(); ++x) {
-                assertEquals(x + "," + y, shot.getPixel(x, y), back.getPixel(x, y));
-            }
-        }
     }
 
+    /** The actual picture is written as PNG and read back: it must be the shot, pixel for pixel. */
     @Test
     public void aDifferentGoldenFailsAndLeavesTheActualAndTheDiff() throws Exception {
         File dir = Files.createTempDirectory("snapshot").toFile();
