@@ -4,15 +4,11 @@
 
 #include "gl/Renderer.h"
 #include "scene/BlurSprite.h"
-#include "scene/Material.h"
-#include "shader/DefaultShader.h"
-#include "tests/support/LogCapture.h"
 #include "tests/support/SceneWindow.h"
 
 namespace kesto {
 namespace {
 
-using test::LogCapture;
 using test::Near;
 using test::Pixel;
 
@@ -43,17 +39,6 @@ class BlurSpriteTest : public test::SceneWindowTest {
     void TearDown() override {
         blurSprites.clear();
         SceneWindowTest::TearDown();
-    }
-
-    // The step the material would feed the blur shader, in texels of its texture.
-    static std::array<float, 2> StepOf(Material* material) {
-        for (auto* node = material->uniformVariables.head; node != nullptr; node = node->next) {
-            if (std::string(node->value.name) == "TextureSize") {
-                const float* step = static_cast<const float*>(node->value.data);
-                return {step[0], step[1]};
-            }
-        }
-        return {-1, -1};
     }
 
     std::vector<std::unique_ptr<BlurSprite>> blurSprites;

@@ -5,13 +5,8 @@
 #include <string>
 #include <vector>
 
-#include "core/Accounting.h"
 #include "gl/Renderer.h"
 #include "gl/VertexBuffer.h"
-#include "shader/DefaultShader.h"
-#include "shader/Shader.h"
-#include "shader/ShaderManager.h"
-#include "shader/ShaderProgram.h"
 #include "tests/support/GlFixture.h"
 #include "tests/support/LogCapture.h"
 
@@ -52,15 +47,6 @@ TEST_F(ContextTest, InitChoosesTheExactConfigAndLeavesNothingCurrent) {
     EXPECT_EQ("GLES2", messages[3]);
     EXPECT_EQ("Context created.", messages[4]);
     EXPECT_EQ("init -", messages.back());
-}
-
-TEST_F(ContextTest, SecondInitIsRefusedAndTheContextKeepsWorking) {
-    LogCapture log;
-    EXPECT_FALSE(context->init(env, 8, 8, 8, 0));
-    EXPECT_TRUE(log.has("KestoContext", 'E', "init NG - already inited"));
-    ASSERT_TRUE(context->runOnCurrentThread());
-    EXPECT_NE(nullptr, context->getShaderProgram(DefaultShader::DEFAULT_SP));
-    EXPECT_EQ(GLenum(GL_NO_ERROR), glGetError());
 }
 
 TEST_F(ContextTest, FailedInitsTearEverythingDown) {
@@ -115,37 +101,6 @@ TEST_F(ContextTest, VertexBufferAccountingKeepsPeaksAndRefusesStrangers) {
     EXPECT_EQ(0, context->vertexBufferRegisterCount);
     context->unregisterVertexBuffer(&b);  // no longer ours: the context forgot its environment
     EXPECT_EQ(nullptr, b._glResourceContext);
-}
-
-TEST_F(ContextTest, BuiltInProgramsLinkAndShareTheirShaders) {
-    const ResourceCounters before = ResourceCounters::Now();
-    for (const char* name : {DefaultShader::DEFAULT_SP, DefaultShader::NO_TEXTURE_SP,
-                             DefaultShader::POST_PROCESS_BLUR_SP, DefaultShader::BLUR_SP,
-                             DefaultShader::OES_TEXTURE_SP, DefaultShader::BATCH_SP,
-                             DefaultShader::BATCH_NO_TEXTURE_SP}) {
-        ShaderProgram* program = context->getShaderProgram(name);
-        ASSERT_NE(nullptr, program) << name;
-        GLint linked = 0;
-        glGetProgramiv(program->glProgram, GL_LINK_STATUS, &linked);
-        EXPECT_EQ(GL_TRUE, linked) << name;
-        EXPECT_EQ(program, context->getShaderProgram(name)) << "built once: " << name;
-        EXPECT_EQ(GLenum(GL_NO_ERROR), glGetError()) << name;
-    }
-    // Eleven distinct shaders although three of them serve two programs each.
-    const ResourceCounters after = ResourceCounters::Now();
-    EXPECT_EQ(11, after["GLShader"] - before["GLShader"]);
-    EXPECT_EQ(7, after["GLProgram"] - before["GLProgram"]);
-}
-
-TEST_F(ContextTest, RegistrationTwiceFailsAtTheFirstShader) {
-    ShaderManager* manager = context->shaderManager;
-    EXPECT_EQ(11, manager->shaders.count);
-    EXPECT_EQ(7, manager->programs.count);
-    LogCapture log;
-    EXPECT_FALSE(Context::RegisterBuiltInShaders(manager));
-    EXPECT_TRUE(log.has("KestoContext", 'E', "initShaderManager - register shader NG"));
-    EXPECT_EQ(11, manager->shaders.count);
-    EXPECT_NE(nullptr, context->getShaderProgram(DefaultShader::NO_TEXTURE_SP));
 }
 
 }  // namespace

@@ -105,6 +105,7 @@ TEST_F(ShaderManagerTest, FailedBuildsReleaseWhatTheyMadeAndRetry) {
     EXPECT_EQ(0, Grown("GLProgram"));
     EXPECT_EQ(0, Grown("Program"));
     EXPECT_EQ(2, log.count("KestoShader", 'E', "glCompileShader NG"));
+    EXPECT_EQ(2, log.count("KestoSP", 'E', "ProgramInfoLog:")) << "L's link failure, with GL's words";
     Strings expected;
     for (int attempt = 0; attempt < 2; ++attempt) {
         expected.insert(

@@ -2,10 +2,8 @@
 
 #include <GLES2/gl2.h>
 
-#include <algorithm>
 #include <cstdio>
 #include <string>
-#include <tuple>
 #include <vector>
 
 #include "core/Matrix.h"
@@ -22,25 +20,6 @@ using namespace DefaultShader;
 using test::LogCapture;
 using test::ResourceCounters;
 using Strings = std::vector<std::string>;
-
-// Two freshly compiled stages linked and made current; everything released at scope exit.
-struct LinkedProgram {
-    Shader vertex;
-    Shader fragment;
-    ShaderProgram program;
-    bool ok;
-
-    LinkedProgram(const char* vertexSource, const char* fragmentSource)
-        : ok(vertex.createVertexShader(vertexSource) &&
-             fragment.createFragmentShader(fragmentSource) && program.create() &&
-             program.attachShader(&vertex) && program.attachShader(&fragment) && program.link() &&
-             program.useProgram()) {}
-    ~LinkedProgram() {
-        program.destroy();
-        vertex.destroy();
-        fragment.destroy();
-    }
-};
 
 using ShaderTest = test::GlTest;
 
@@ -123,21 +102,6 @@ TEST_F(ShaderProgramTest, RefusesWhatItCannotUse) {
                  "attachShader NG - illegal shader type 00000DE1", "detachShader NG - null shader",
                  "ShaderProgram glDeleteProgram."}),
         log.messages("KestoSP"));
-}
-
-TEST_F(ShaderProgramTest, FailedLinkKeepsTheProgramForItsOwner) {
-    const ResourceCounters before = ResourceCounters::Now();
-    LogCapture log;
-    // The fragment stage reads a varying that this vertex stage never writes.
-    LinkedProgram p(NO_TEXTURE_VERTEX_SHADER, DEFAULT_FRAGMENT_SHADER);
-    EXPECT_FALSE(p.ok);
-    EXPECT_EQ(GLenum(GL_NO_ERROR), glGetError());
-    EXPECT_EQ(1, ResourceCounters::Now()["GLProgram"] - before["GLProgram"]);
-    EXPECT_EQ((Strings{"glGetProgramiv NG", "ProgramInfoLog:"}), log.messages("KestoSP"));
-    const std::string text = log.text();
-    const size_t infoLog = text.find("ProgramInfoLog:\n");
-    ASSERT_NE(std::string::npos, infoLog);
-    EXPECT_NE('\n', text[infoLog + 16]) << "empty program info log";
 }
 
 }  // namespace

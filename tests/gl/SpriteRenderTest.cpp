@@ -27,6 +27,11 @@ const Pixel kBlue{0, 0, 255, 255}, kRed{255, 0, 0, 255}, kGreen{0, 255, 0, 255};
 constexpr uint32_t kRedWord = 0xFF0000FF, kGreenWord = 0xFF00FF00, kWhiteWord = 0xFFFFFFFF,
                    kYellowWord = 0xFF00FFFF;
 
+Pixel PixelOf(const std::vector<uint8_t>& rgba, int width, int x, int y) {
+    const size_t at = (static_cast<size_t>(y) * width + x) * 4;
+    return {rgba[at], rgba[at + 1], rgba[at + 2], rgba[at + 3]};
+}
+
 KESTO_ON_BOTH_PATHS(SpriteRenderTest);
 
 TEST_P(SpriteRenderTest, TexturedQuadLandsOnePixelPerUnitWithItsTopRowUp) {
@@ -140,13 +145,10 @@ TEST_P(SpriteRenderTest, LayerOrderAndRenderOrderDecideWhatIsOnTop) {
     window->render();
     EXPECT_TRUE(Near(kRed, At(240, 400))) << "layer zero on top";
 
-    sprites.push_back(std::make_unique<Sprite>(env));
-    Sprite* bottomFirst = sprites.back().get();
-    ASSERT_TRUE(bottomFirst->init(2, false));
+    Sprite* bottomFirst = AddSprite(&scene->rootNode, nullptr, 2, false);
     bottomFirst->getLayerMaterial(0)->setTexture(0, Solid(kRedWord));
     bottomFirst->getLayerMaterial(1)->setTexture(0, Solid(kGreenWord));
     bottomFirst->setPosition(Vector(0, 200, 0));
-    scene->rootNode.addChild(bottomFirst, true);
     window->render();
     EXPECT_TRUE(Near(kGreen, At(240, 200))) << "layer zero at the bottom";
 
@@ -219,6 +221,35 @@ TEST_P(SpriteRenderTest, OesProgramWithoutATextureNameDrawsNothing) {
     window->render();
     EXPECT_TRUE(log.has("KestoRender", 'E', "RenderMesh OES Texture is null"));
     EXPECT_TRUE(Near(kBlue, At(240, 400)));
+}
+
+TEST_P(SpriteRenderTest, PartialSceneFillsTheTextureTopRowFirst) {
+    // The camera lays the scene out on the render target, here a texture as large as the window.
+    // Of the region (140, 300, 200, 200) a flagged red sprite covers the top half, an unflagged
+    // green one the bottom half.
+    Sprite* flagged = AddSprite(&scene->rootNode, Solid(0xFF0000FF));
+    flagged->initSpriteGeometry(0, 200, 100, 0, 0, 0);
+    flagged->setPosition(Vector(0, 50, 0));
+    flagged->AddRenderFlag(4, false);
+    Sprite* plain = AddSprite(&scene->rootNode, Solid(0xFF00FF00));
+    plain->initSpriteGeometry(0, 200, 100, 0, 0, 0);
+    plain->setPosition(Vector(0, -50, 0));
+    Texture target(env);
+    ASSERT_TRUE(target.init());
+    ASSERT_TRUE(target.realizeBlankTexture(PIXEL_FORMAT_RGBA8888, kWidth, kHeight));
+    ASSERT_TRUE(window->renderToTexture(&target, 4 | 1, 140, 300, 200, 200, false));
+    const std::vector<uint8_t> out =
+        test::ReadTexture(target.renderTextureHandle, 0, 0, kWidth, kHeight);
+    const Pixel red{255, 0, 0, 255}, blue{0, 0, 255, 255};
+    for (int x : {0, 240, kWidth - 1}) {
+        EXPECT_TRUE(Near(red, PixelOf(out, kWidth, x, 0))) << x;
+        EXPECT_TRUE(Near(red, PixelOf(out, kWidth, x, 397))) << x;
+        EXPECT_TRUE(Near(blue, PixelOf(out, kWidth, x, 402))) << x;
+        EXPECT_TRUE(Near(blue, PixelOf(out, kWidth, x, kHeight - 1))) << x;
+    }
+    GLint bound = -1;
+    glGetIntegerv(GL_FRAMEBUFFER_BINDING, &bound);
+    EXPECT_EQ(0, bound);
 }
 
 // A dense scene mixing everything a batch must respect: formats, alphas, tints, untextured layers,

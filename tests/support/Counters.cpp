@@ -12,46 +12,45 @@
 
 namespace kesto::test {
 
-const char* const ResourceCounters::kNames[kCount] = {
-    "new",        "new[]",          "eglDisplay", "eglDisplayReal", "eglContext", "eglContextReal",
-    "eglSurface", "eglSurfaceReal", "Shader",     "GLShader",       "Program",    "GLProgram",
-    "Bitmap",     "BitmapBytes",    "GLTexture",  "GLTextureBytes", "NBitmap",    "NBitmapBytes",
-    "nbmp new",   "nbmp new[]",
-};
+namespace {
+
+const struct {
+    const char* name;
+    const std::atomic<int32_t>* value;
+} kCounters[ResourceCounters::kCount] = {{"new", &g_newCount},
+                                         {"new[]", &g_newArrayCount},
+                                         {"eglDisplay", &Environment::eglDisplayCount},
+                                         {"eglDisplayReal", &Environment::eglDisplayRealCount},
+                                         {"eglContext", &Environment::eglContextCount},
+                                         {"eglContextReal", &Environment::eglContextRealCount},
+                                         {"eglSurface", &Environment::eglSurfaceCount},
+                                         {"eglSurfaceReal", &Environment::eglSurfaceRealCount},
+                                         {"Shader", &Shader::ShadersCount},
+                                         {"GLShader", &Shader::GLShadersCount},
+                                         {"Program", &ShaderProgram::ProgramsCount},
+                                         {"GLProgram", &ShaderProgram::GLProgramsCount},
+                                         {"Bitmap", &Bitmap::BitmapCount},
+                                         {"BitmapBytes", &Bitmap::BitmapBytes},
+                                         {"GLTexture", &Texture::GLTexturesCount},
+                                         {"GLTextureBytes", &Texture::GLTexturesBytes},
+                                         {"NBitmap", &NativeBitmap::BitmapCount},
+                                         {"NBitmapBytes", &NativeBitmap::BitmapBytes},
+                                         {"nbmp new", &g_newNBmpCount},
+                                         {"nbmp new[]", &g_newNBmpArrayCount}};
+
+}  // namespace
 
 ResourceCounters ResourceCounters::Now() {
-    const std::atomic<int32_t>* sources[kCount] = {
-        &g_newCount,
-        &g_newArrayCount,
-        &Environment::eglDisplayCount,
-        &Environment::eglDisplayRealCount,
-        &Environment::eglContextCount,
-        &Environment::eglContextRealCount,
-        &Environment::eglSurfaceCount,
-        &Environment::eglSurfaceRealCount,
-        &Shader::ShadersCount,
-        &Shader::GLShadersCount,
-        &ShaderProgram::ProgramsCount,
-        &ShaderProgram::GLProgramsCount,
-        &Bitmap::BitmapCount,
-        &Bitmap::BitmapBytes,
-        &Texture::GLTexturesCount,
-        &Texture::GLTexturesBytes,
-        &NativeBitmap::BitmapCount,
-        &NativeBitmap::BitmapBytes,
-        &g_newNBmpCount,
-        &g_newNBmpArrayCount,
-    };
     ResourceCounters counters;
     for (int i = 0; i < kCount; ++i) {
-        counters.values[i] = sources[i]->load(std::memory_order_relaxed);
+        counters.values[i] = kCounters[i].value->load(std::memory_order_relaxed);
     }
     return counters;
 }
 
 int32_t ResourceCounters::operator[](const char* name) const {
     for (int i = 0; i < kCount; ++i) {
-        if (std::strcmp(kNames[i], name) == 0) {
+        if (std::strcmp(kCounters[i].name, name) == 0) {
             return values[i];
         }
     }
@@ -62,7 +61,7 @@ int32_t ResourceCounters::operator[](const char* name) const {
 std::ostream& operator<<(std::ostream& out, const ResourceCounters& counters) {
     out << "{";
     for (int i = 0; i < ResourceCounters::kCount; ++i) {
-        out << (i ? ", " : "") << ResourceCounters::kNames[i] << " " << counters.values[i];
+        out << (i ? ", " : "") << kCounters[i].name << " " << counters.values[i];
     }
     return out << "}";
 }

@@ -12,7 +12,6 @@ namespace kesto::test {
 
 struct ResourceCounters {
     static constexpr int kCount = 20;
-    static const char* const kNames[kCount];
     std::array<int32_t, kCount> values;
 
     static ResourceCounters Now();

@@ -4,6 +4,7 @@
 
 #include <cstdio>
 #include <cstdlib>
+#include <sstream>
 
 namespace kesto::test {
 
@@ -11,26 +12,15 @@ namespace {
 
 // "TAG P MM-DD hh:mm:ss  pid  tid message": six fields, then the message as it was printed.
 bool Parse(const std::string& line, LogLine* parsed) {
-    size_t at = 0;
-    std::string fields[6];
-    for (std::string& field : fields) {
-        const size_t begin = line.find_first_not_of(' ', at);
-        if (begin == std::string::npos) {
-            return false;
-        }
-        const size_t finish = line.find(' ', begin);
-        if (finish == std::string::npos) {
-            return false;
-        }
-        field = line.substr(begin, finish - begin);
-        at = finish;
-    }
-    if (fields[1].size() != 1 || fields[2].size() != 5 || fields[2][2] != '-') {
+    std::istringstream in(line);
+    std::string priority, date, time, pid, tid;
+    if (!(in >> parsed->tag >> priority >> date >> time >> pid >> tid) || priority.size() != 1 ||
+        date.size() != 5 || date[2] != '-') {
         return false;
     }
-    parsed->tag = fields[0];
-    parsed->priority = fields[1][0];
-    parsed->message = line.substr(at + 1);
+    parsed->priority = priority[0];
+    in.get();  // the one space before the message
+    std::getline(in, parsed->message);
     return true;
 }
 
@@ -78,17 +68,12 @@ void LogCapture::refresh() {
         offset += got;
     }
     lines_.clear();
-    size_t start = 0;
-    while (start < raw_.size()) {
-        size_t end = raw_.find('\n', start);
-        if (end == std::string::npos) {
-            end = raw_.size();
-        }
-        LogLine parsed;
-        if (Parse(raw_.substr(start, end - start), &parsed)) {
+    std::istringstream in(raw_);
+    LogLine parsed;
+    for (std::string line; std::getline(in, line);) {
+        if (Parse(line, &parsed)) {
             lines_.push_back(parsed);
         }
-        start = end + 1;
     }
 }
 

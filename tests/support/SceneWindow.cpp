@@ -47,10 +47,11 @@ std::string PathName(const ::testing::TestParamInfo<bool>& info) {
     return info.param ? "batched" : "perMesh";
 }
 
-Sprite* SceneWindowTest::AddSprite(SceneNode* parent, Texture* texture, int layers) {
+Sprite* SceneWindowTest::AddSprite(SceneNode* parent, Texture* texture, int layers,
+                                   bool layerZeroOnTop) {
     sprites.push_back(std::make_unique<Sprite>(env));
     Sprite* sprite = sprites.back().get();
-    EXPECT_TRUE(sprite->init(layers, true));
+    EXPECT_TRUE(sprite->init(layers, layerZeroOnTop));
     for (int layer = 0; layer < layers && texture != nullptr; ++layer) {
         sprite->getLayerMaterial(layer)->setTexture(0, texture);
     }

@@ -53,7 +53,8 @@ class SceneWindowTest : public GlTest, public ::testing::WithParamInterface<bool
     Texture* Solid(uint32_t rgba) {
         return MakeTexture<uint32_t>(PIXEL_FORMAT_RGBA8888, 1, 1, {rgba});
     }
-    Sprite* AddSprite(SceneNode* parent, Texture* texture, int layers = 1);
+    Sprite* AddSprite(SceneNode* parent, Texture* texture, int layers = 1,
+                      bool layerZeroOnTop = true);
     // A pixel of the window's back buffer, y down from the top.
     Pixel At(int x, int y) { return ReadPixel(x, kHeight - 1 - y); }
 

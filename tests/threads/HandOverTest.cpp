@@ -3,24 +3,14 @@
 #include <gtest/gtest.h>
 
 #include <atomic>
-#include <cstring>
 #include <thread>
 
 #include "image/Texture.h"
-#include "image/ThreadEventQueue.h"
 #include "scene/Sprite.h"
-#include "tests/support/GlFixture.h"
 #include "tests/support/SceneWindow.h"
 
 namespace kesto {
 namespace {
-
-struct Payload {
-    uint32_t sequence = 0;
-    uint32_t words[63] = {};
-};
-
-using TextureHandOverTest = test::GlTest;
 
 // Joins the thread however the test leaves its scope.
 struct Joined {

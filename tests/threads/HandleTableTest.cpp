@@ -45,25 +45,6 @@ TEST(HandleTableTest, ReleasedHandlesStayStaleForAMillionCycles) {
     EXPECT_EQ(&second, Find(table, reused, &status));
 }
 
-TEST(HandleTableTest, OwnersReleaseTheirEmbeddedHandles) {
-    HandleTable table;
-    int owner = 0, part = 0;
-    const jint outer = table.add(&owner, Kind::SCENE, false);
-    const jint inner = table.add(&part, Kind::TEXTURE, true);
-    table.setEmbedded(outer, 1, inner);
-    EXPECT_EQ(inner, table.embedded(outer, 1));
-    void* object;
-    Kind kind;
-    bool embedded;
-    ASSERT_EQ(HandleTable::Status::FOUND,
-              table.find(inner, &AcceptsTexture, &object, &kind, &embedded));
-    EXPECT_TRUE(embedded);
-    table.remove(outer);
-    EXPECT_EQ(HandleTable::Status::UNKNOWN,
-              table.find(inner, &AcceptsTexture, &object, &kind, &embedded));
-    EXPECT_EQ(0, table.liveCount());
-}
-
 TEST(HandleTableTest, LookupsRaceRegistrationAndRelease) {
     HandleTable table;
     constexpr int kObjects = 256;

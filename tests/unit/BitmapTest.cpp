@@ -7,12 +7,10 @@
 #include <cstring>
 #include <numeric>
 #include <string>
-#include <tuple>
 #include <type_traits>
 #include <utility>
 #include <vector>
 
-#include "gl/Environment.h"
 #include "image/Bitmap.h"
 #include "image/NativeBitmap.h"
 #include "tests/support/Counters.h"
@@ -201,41 +199,6 @@ TYPED_TEST(PixelBufferTest, Rgb565ToRgba5551KeepsRedAndGreenAndMovesBlue) {
     EXPECT_EQ((Strings{"RGB565ToRGBA5551 pixel format NG - 00025551 00025551",
                        "RGB565ToRGBA5551 size NG - 2,2 2,3"}),
               this->logged());
-}
-
-TYPED_TEST(PixelBufferTest, SwapExchangesBuffersNotCounters) {
-    TypeParam a, b;
-    ASSERT_TRUE(a.allocateBitmap(PIXEL_FORMAT_RGB565, 3, 1));
-    ASSERT_TRUE(b.allocateBitmap(PIXEL_FORMAT_RGBA8888, 1, 2));
-    uint8_t* aBuffer = a.buffer;
-    a.swapBitmap(nullptr);
-    EXPECT_EQ(aBuffer, a.buffer);
-    a.swapBitmap(&b);
-    EXPECT_EQ(aBuffer, b.buffer);
-    BitmapInfo i = a.getBitmapInfo();
-    EXPECT_EQ(std::make_tuple(PIXEL_FORMAT_RGBA8888, 1, 2, 4, 8),
-              std::make_tuple(i.pixelFormat, i.width, i.height, i.scanlineBytes, i.bufferBytes));
-    EXPECT_EQ(6, b.bufferBytes);
-    EXPECT_EQ(Held(2, 14), this->held());
-}
-
-using BitmapTest = PixelBufferTest<Bitmap>;
-
-TEST_F(BitmapTest, CountsObjectsPerEnvironmentAndConvertBitmapFails) {
-    Environment env;
-    {
-        Bitmap plain, accounted(&env), other(&env);
-        EXPECT_EQ(3, ResourceCounters::Now()["Bitmap"] - start["Bitmap"]);
-        EXPECT_EQ(2, env.bitmapCount.load());
-        ASSERT_TRUE(accounted.allocateBitmap(PIXEL_FORMAT_RGB565, 1, 1));
-        accounted.swapBitmap(&plain);
-        EXPECT_EQ(&env, accounted.environment);
-        EXPECT_EQ(nullptr, plain.environment);
-    }
-    EXPECT_EQ(0, env.bitmapCount.load());
-    BitmapInfo info{};
-    EXPECT_FALSE(Bitmap::ConvertBitmap(info, &info));
-    EXPECT_TRUE(log.has("KestoBmp", 'E', "Bitmap_ConvertBitmap NG - No implementation."));
 }
 
 using NativeBitmapTest = PixelBufferTest<NativeBitmap>;

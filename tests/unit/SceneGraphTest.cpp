@@ -1,13 +1,12 @@
 // The scene graph's traversals need no GL: the renderer only collects matrices and alpha here.
 #include <gtest/gtest.h>
 
-#include <cmath>
 #include <string>
 #include <vector>
 
 #include "gl/Environment.h"
 #include "gl/Renderer.h"
-#include "scene/Scene.h"
+#include "scene/SceneNode.h"
 #include "tests/support/Counters.h"
 #include "tests/support/LogCapture.h"
 #include "tests/support/ProbeNode.h"
@@ -63,22 +62,6 @@ TEST_F(SceneGraphTest, WorldTransformsFollowThreeLevelsLazily) {
     EXPECT_NEAR(-4, out.x, 1e-4f);  // (1,2,3) doubled, then turned a quarter
     EXPECT_NEAR(2, out.y, 1e-4f);
     EXPECT_NEAR(6, out.z, 1e-4f);
-}
-
-TEST_F(SceneGraphTest, GroupAlphaMultipliesDownAndStaysOnRemoval) {
-    SceneNode root(&env), middle(&env), leaf(&env);
-    root.setGroupAlpha(0.8f);
-    ASSERT_TRUE(root.addChild(&middle, true));
-    ASSERT_TRUE(middle.addChild(&leaf, true));
-    leaf.setGroupAlpha(0.5f);
-    middle.setGroupAlpha(0.5f);
-    EXPECT_FLOAT_EQ(0.4f, middle.appliedGroupAlpha);
-    EXPECT_FLOAT_EQ(0.2f, leaf.appliedGroupAlpha);
-    root.setGroupAlpha(2.0f);  // not clamped
-    EXPECT_FLOAT_EQ(0.5f, leaf.appliedGroupAlpha);
-    root.removeChild(&middle);
-    EXPECT_FLOAT_EQ(1.0f, middle.appliedGroupAlpha);
-    EXPECT_EQ(nullptr, middle.parent);
 }
 
 TEST_F(SceneGraphTest, AddAndRemoveRefuseWhatTheyCannotDo) {
@@ -148,22 +131,6 @@ TEST_F(SceneGraphTest, RenderOrderModeSortsStablyBeforeDrawingAndHitTesting) {
     EXPECT_EQ((std::vector<std::string>{"draw 1", "draw 2", "draw 2b", "hit 2b"}), journal);
 }
 
-TEST_F(SceneGraphTest, HitTestWorksInTheLocalSpaceOfTransformedNodes) {
-    SceneNode root(&env);
-    ProbeNode square(&env, "square", &journal);
-    root.addChild(&square, true);
-    root.setPosition(Vector(100, 0, 0));
-    square.setScale(Vector(10, 10, 1));
-    Ray ray;
-    Vector position;
-    ray.setup(Vector(108, 9, 50), Vector(0, 0, -1));
-    EXPECT_TRUE(root.dispatchHitTest(ray, &position, nullptr, nullptr));
-    EXPECT_NEAR(0.8f, position.x, 1e-5f);  // in the square's own units
-    EXPECT_NEAR(0.9f, position.y, 1e-5f);
-    ray.setup(Vector(111, 0, 50), Vector(0, 0, -1));
-    EXPECT_FALSE(root.dispatchHitTest(ray, nullptr, nullptr, nullptr));
-}
-
 TEST_F(SceneGraphTest, PartialRenderingSelectsByFlags) {
     SceneNode root(&env);
     ProbeNode parent(&env, "parent", &journal), child(&env, "child", &journal),
@@ -190,45 +157,6 @@ TEST_F(SceneGraphTest, PartialRenderingSelectsByFlags) {
     parent.setVisible(false);  // skips the subtree even where the children match
     root.dispatchPartialSceneRender(&renderer, 7, false);
     EXPECT_EQ((std::vector<std::string>{"draw other"}), journal);
-}
-
-TEST_F(SceneGraphTest, CameraPlacesItselfOnePixelPerUnit) {
-    Scene scene(&env);
-    ProbeNode node(&env, "node", &journal);
-    scene.rootNode.addChild(&node, true);
-    node.setPosition(Vector(100, 50, 0));
-    renderer.viewportWidth = 480;
-    renderer.viewportHeight = 800;
-    scene.defaultCamera.renderScene(&renderer);
-    const Vector& at = scene.defaultCamera.getPosition();
-    EXPECT_EQ(0.0f, at.x);
-    EXPECT_NEAR(400.0 / std::tan(M_PI / 6), at.z, 1e-2);
-    EXPECT_EQ((std::vector<std::string>{"draw node"}), journal);
-
-    // The node's origin lands 100 px right and 50 px up from the centre, in clip space too.
-    Vector clip;
-    Matrix worldView;
-    Matrix::Multiply(&worldView, node.drawnWorld, renderer.viewMatrix);
-    Vector eye;
-    worldView.transformPosition(Vector(), &eye);
-    renderer.projectionMatrix.projectPosition(eye, &clip);
-    EXPECT_NEAR(100.0f / 240.0f, clip.x, 1e-5f);
-    EXPECT_NEAR(50.0f / 400.0f, clip.y, 1e-5f);
-
-    Vector onScreen(0, 0, 7);
-    ASSERT_TRUE(
-        scene.defaultCamera.querySceneNodeOriginPositionOnViewport(480, 800, node, &onScreen));
-    EXPECT_NEAR(100.0f, onScreen.x, 1e-3f);
-    EXPECT_NEAR(50.0f, onScreen.y, 1e-3f);
-    EXPECT_EQ(7.0f, onScreen.z);
-
-    LogCapture log;
-    Vector untouched(1, 2, 3);
-    EXPECT_FALSE(
-        scene.defaultCamera.querySceneNodeOriginPositionOnViewport(480, 0, node, &untouched));
-    EXPECT_TRUE(
-        log.has("KestoCam", 'E', "querySceneNodeOriginPositionOnViewport NG - zero viewport size"));
-    EXPECT_EQ(1.0f, untouched.x);
 }
 
 }  // namespace
