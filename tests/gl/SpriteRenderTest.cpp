@@ -227,11 +227,11 @@ TEST_P(SpriteRenderTest, PartialSceneFillsTheTextureTopRowFirst) {
     // The camera lays the scene out on the render target, here a texture as large as the window.
     // Of the region (140, 300, 200, 200) a flagged red sprite covers the top half, an unflagged
     // green one the bottom half.
-    Sprite* flagged = AddSprite(&scene->rootNode, Solid(0xFF0000FF));
+    Sprite* flagged = AddSprite(&scene->rootNode, Solid(kRedWord));
     flagged->initSpriteGeometry(0, 200, 100, 0, 0, 0);
     flagged->setPosition(Vector(0, 50, 0));
     flagged->AddRenderFlag(4, false);
-    Sprite* plain = AddSprite(&scene->rootNode, Solid(0xFF00FF00));
+    Sprite* plain = AddSprite(&scene->rootNode, Solid(kGreenWord));
     plain->initSpriteGeometry(0, 200, 100, 0, 0, 0);
     plain->setPosition(Vector(0, -50, 0));
     Texture target(env);
@@ -240,12 +240,11 @@ TEST_P(SpriteRenderTest, PartialSceneFillsTheTextureTopRowFirst) {
     ASSERT_TRUE(window->renderToTexture(&target, 4 | 1, 140, 300, 200, 200, false));
     const std::vector<uint8_t> out =
         test::ReadTexture(target.renderTextureHandle, 0, 0, kWidth, kHeight);
-    const Pixel red{255, 0, 0, 255}, blue{0, 0, 255, 255};
     for (int x : {0, 240, kWidth - 1}) {
-        EXPECT_TRUE(Near(red, PixelOf(out, kWidth, x, 0))) << x;
-        EXPECT_TRUE(Near(red, PixelOf(out, kWidth, x, 397))) << x;
-        EXPECT_TRUE(Near(blue, PixelOf(out, kWidth, x, 402))) << x;
-        EXPECT_TRUE(Near(blue, PixelOf(out, kWidth, x, kHeight - 1))) << x;
+        EXPECT_TRUE(Near(kRed, PixelOf(out, kWidth, x, 0))) << x;
+        EXPECT_TRUE(Near(kRed, PixelOf(out, kWidth, x, 397))) << x;
+        EXPECT_TRUE(Near(kBlue, PixelOf(out, kWidth, x, 402))) << x;
+        EXPECT_TRUE(Near(kBlue, PixelOf(out, kWidth, x, kHeight - 1))) << x;
     }
     GLint bound = -1;
     glGetIntegerv(GL_FRAMEBUFFER_BINDING, &bound);
