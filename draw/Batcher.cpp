@@ -54,7 +54,7 @@ bool Batcher::decline(Renderer& renderer, FrameStats::Break reason) {
     return false;
 }
 
-bool Batcher::add(Renderer& renderer, const DrawItem& item) {
+bool Batcher::add(Renderer& renderer, DrawItem& item) {
     if (item.alpha == 0.0f) {
         return true;  // the per-mesh path makes no GL call for it either
     }
@@ -65,6 +65,23 @@ bool Batcher::add(Renderer& renderer, const DrawItem& item) {
     if (item.textureKind == DrawItem::TextureKind::External || item.hasUniforms) {
         return decline(renderer, FrameStats::BREAK_CUSTOM);
     }
+    const VertexBuffer* vertices = item.vertices;
+    const int32_t count = vertices != nullptr ? static_cast<int32_t>(vertices->vertexCount) : 0;
+    // Meshes without both positions and texture coordinates are left to the per-mesh path, which
+    // reports them (and realises nothing for a buffer it cannot upload).
+    if (count == 0 || vertices->buffer == nullptr ||
+        (vertices->flags & VertexBuffer::HAS_TEXTURE_COORDINATES) == 0 ||
+        (vertices->flags & VertexBuffer::HAS_POSITION) == 0 || count > kMaximumVertices) {
+        return decline(renderer, FrameStats::BREAK_CUSTOM);
+    }
+    // An upload deletes the texture's old name, which meshes collected before may still use: they
+    // are drawn first, with the picture they were collected with, as the per-mesh path draws them.
+    const TextureSource* texture = item.textureSource;
+    if (texture != nullptr && meshes_ > 0 && run_.texture != 0 &&
+        run_.texture == texture->currentName() && texture->uploadPending()) {
+        flush(renderer, FrameStats::BREAK_TEXTURE);
+    }
+    item.realizeTexture();
     // Only the built-in programs batch, also when a material names one of them itself.
     const bool textured = item.program == nullptr
                               ? item.texture != 0
@@ -73,14 +90,8 @@ bool Batcher::add(Renderer& renderer, const DrawItem& item) {
         item.program != renderer.builtInProgram(Renderer::PROGRAM_NO_TEXTURE)) {
         return decline(renderer, FrameStats::BREAK_CUSTOM);
     }
-    const VertexBuffer* vertices = item.vertices;
-    const int32_t count = vertices != nullptr ? static_cast<int32_t>(vertices->vertexCount) : 0;
-    // Meshes without both positions and texture coordinates, or with a missing program, are
-    // left to the per-mesh path, which reports them.
-    if (count == 0 || vertices->buffer == nullptr ||
-        (vertices->flags & VertexBuffer::HAS_TEXTURE_COORDINATES) == 0 ||
-        (vertices->flags & VertexBuffer::HAS_POSITION) == 0 || count > kMaximumVertices ||
-        renderer.builtInProgram(textured ? Renderer::PROGRAM_DEFAULT
+    // A missing program is left to the per-mesh path, which reports it.
+    if (renderer.builtInProgram(textured ? Renderer::PROGRAM_DEFAULT
                                          : Renderer::PROGRAM_NO_TEXTURE) == nullptr) {
         return decline(renderer, FrameStats::BREAK_CUSTOM);
     }

@@ -18,7 +18,7 @@ class Batcher final : public DrawSink {
     Batcher(const Batcher&) = delete;
     Batcher& operator=(const Batcher&) = delete;
 
-    bool add(Renderer& renderer, const DrawItem& item) override;
+    bool add(Renderer& renderer, DrawItem& item) override;
     void flush(Renderer& renderer, FrameStats::Break reason) override;
 
   private:

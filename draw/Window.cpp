@@ -2,6 +2,7 @@
 
 #include <cstring>
 
+#include "core/Accounting.h"
 #include "gl/Context.h"
 #include "gl/Environment.h"
 #include "gl/Renderer.h"
@@ -10,6 +11,7 @@
 #include "platform/Log.h"
 #include "platform/NativeWindow.h"
 #include "scene/Material.h"
+#include "scene/Mesh.h"
 
 KESTO_LOG_TAG("KestoWnd");
 
@@ -26,12 +28,18 @@ bool SameColour(const float a[4], const float b[4]) {
     return a[0] == b[0] && a[1] == b[1] && a[2] == b[2] && a[3] == b[3];
 }
 
-// Realises the texture first: a texture that cannot be realised has name 0, which the renderer
-// refuses with its own message.
-bool StartRenderToTexture(Renderer* renderer, Texture* texture) {
-    texture->createRenderTexture();
-    return renderer->toggleRenderToTexture(texture->renderTextureHandle, texture->textureWidth(),
-                                           texture->textureHeight());
+// The renderer keeps the copy's mesh and material for its context's lifetime, made on first use.
+template <class T, class... Arguments>
+T* KeptBy(Renderer::Kept* kept, const char* failure, Arguments... arguments) {
+    if (kept->object == nullptr) {
+        kept->object = NewObject<T>(arguments...);
+        if (kept->object == nullptr) {
+            KLOGE("%s", failure);
+            return nullptr;
+        }
+        kept->destroy = [](void* object) { DeleteObject(static_cast<T*>(object)); };
+    }
+    return static_cast<T*>(kept->object);
 }
 
 }  // namespace
@@ -191,7 +199,7 @@ bool Window::renderToTexture(Texture* texture, int flags, int x, int y, int regi
     Renderer* renderer = context->renderer;
     renderer->clearStatus();
     renderer->targetSurface(eglSurface, width, height);
-    if (!StartRenderToTexture(renderer, texture)) {
+    if (!renderer->toggleRenderToTexture(texture)) {
         KLOGE("renderToTexture NG: toggleRenderToTexture failed");
         return false;
     }
@@ -209,14 +217,21 @@ bool Window::renderOESTextureToTexture(Texture* source, Texture* target, float l
         return false;
     }
     Renderer* renderer = context->renderer;
-    VertexBuffer* quad = renderer->textureQuad();
-    if (quad == nullptr) {
+    Mesh* mesh =
+        KeptBy<Mesh>(&renderer->textureMesh, "Renderer::getTextureMesh:new Mesh NG", environment);
+    if (mesh == nullptr) {
         KLOGE("renderOESTextureToTexture NG: getTextureMesh failed");
+        return false;
+    }
+    Material* material = KeptBy<Material>(&renderer->textureMaterial,
+                                          "Renderer::getTextureMaterial:new Material NG");
+    if (material == nullptr) {
+        KLOGE("renderOESTextureToTexture NG: getTextureMaterial failed");
         return false;
     }
     renderer->clearStatus();
     renderer->targetSurface(eglSurface, width, height);
-    if (!StartRenderToTexture(renderer, target)) {
+    if (!renderer->toggleRenderToTexture(target)) {
         KLOGE("renderOESTextureToTexture NG: renderTextureToTexture failed");
         return false;
     }
@@ -233,13 +248,23 @@ bool Window::renderOESTextureToTexture(Texture* source, Texture* target, float l
     Matrix::TransformMultiply(&world, flipped, scale);
     renderer->setupWorldMatrix(world);
 
-    Material material;
-    material.setTexture(0, source);
-    DrawItem item;
-    if (material.describe(renderer->currentGroupAlpha, &item)) {
-        item.vertices = quad;
-        renderer->renderMesh(item);
+    material->setTexture(0, source);
+    mesh->setMaterial(material);
+    if (mesh->setup(Mesh::TRIANGLE_STRIP, 4)) {
+        static const float kQuad[4][5] = {
+            {-1, 1, 0, 0, 0}, {-1, -1, 0, 0, 1}, {1, 1, 0, 1, 0}, {1, -1, 0, 1, 1}};
+        for (unsigned int vertex = 0; vertex < 4; ++vertex) {
+            const float* v = kQuad[vertex];
+            mesh->vertexBuffer.setVertexTextureCoordinates(vertex, v[3], v[4]);
+            mesh->vertexBuffer.setVertexPosition(vertex, v[0], v[1], v[2]);
+        }
+        DrawItem item;
+        if (material->describe(renderer->currentGroupAlpha, &item)) {
+            item.vertices = &mesh->vertexBuffer;
+            renderer->renderMesh(item);
+        }
     }
+    mesh->setMaterial(nullptr);
     renderer->endRenderToTexture();
     return true;
 }

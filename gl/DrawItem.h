@@ -10,6 +10,7 @@
 namespace kesto {
 
 class ShaderProgram;
+class TextureSource;
 class VertexBuffer;
 
 // How a draw blends. Inherit leaves whatever the previous draw set, as the untextured program
@@ -23,6 +24,9 @@ struct DrawItem {
     VertexBuffer* vertices = nullptr;
     // The material's own program; null picks a built-in one.
     ShaderProgram* program = nullptr;
+    // Realised where the draw reaches it (after the vertex upload), which fills the two fields
+    // below; null leaves them as they stand (none, or an external texture).
+    TextureSource* textureSource = nullptr;
     GLuint texture = 0;  // 0: none, or not realised
     TextureKind textureKind = TextureKind::None;
     // External textures: 16 floats from the stream, or null for the identity.
@@ -38,7 +42,36 @@ struct DrawItem {
     bool (*writeUniforms)(const void* source, GLuint program) = nullptr;
     const void* uniformSource = nullptr;
     bool hasUniforms = false;
+
+    // Uploads what the texture has pending and takes its name and kind.
+    inline void realizeTexture();
 };
+
+// A texture of the layers above as the device layer uses it. A pending upload replaces the GL
+// name, so the device layer decides when it happens: a name already collected for a batch, or
+// bound for a draw in progress, must not be deleted under it.
+class TextureSource {
+  public:
+    // Uploads the pending picture, if any; the GL name afterwards, 0 for none.
+    virtual GLuint realize() = 0;
+    // Whether realize() would replace the current name.
+    virtual bool uploadPending() const = 0;
+    virtual GLuint currentName() const = 0;
+    virtual DrawItem::TextureKind drawKind() const = 0;
+    // The recorded texture size, which a render into the texture fills.
+    virtual int textureWidth() const = 0;
+    virtual int textureHeight() const = 0;
+
+  protected:
+    ~TextureSource() = default;
+};
+
+void DrawItem::realizeTexture() {
+    if (textureSource != nullptr) {
+        texture = textureSource->realize();
+        textureKind = textureSource->drawKind();
+    }
+}
 
 // Interleaved vertices of BatchDraw: eye-space position, texture coordinates, colour.
 constexpr int kBatchVertexFloats = 9;

@@ -59,7 +59,7 @@ ShaderProgram* Renderer::builtInProgram(int which) {
     return builtInPrograms_[which];
 }
 
-void Renderer::renderMesh(const DrawItem& item) {
+void Renderer::renderMesh(DrawItem& item) {
     const float alpha = item.alpha;
     if (alpha == 0.0f || item.vertices == nullptr) {
         return;
@@ -68,6 +68,7 @@ void Renderer::renderMesh(const DrawItem& item) {
     if (!vertices.bindGLBuffer(context)) {
         return;
     }
+    item.realizeTexture();
     const GLuint textureName = item.texture;
     const bool external = item.textureKind == DrawItem::TextureKind::External;
     glBindBuffer(GL_ARRAY_BUFFER, vertices.glBuffer);

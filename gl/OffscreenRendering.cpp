@@ -102,14 +102,17 @@ void Renderer::endRenderToTexture() {
     destroyFramebufferObject();
 }
 
-bool Renderer::toggleRenderToTexture(GLuint handle, int width, int height) {
+bool Renderer::toggleRenderToTexture(TextureSource* texture) {
     flushSink(FrameStats::BREAK_TARGET);
+    const int width = texture->textureWidth();
+    const int height = texture->textureHeight();
     const GLuint target = getFramebufferObject(width, height);
     if (target == 0) {
         KLOGE("toggleRenderToTexture NG framebuffer is 0 line:%d", 825);
         return false;
     }
     glBindFramebuffer(GL_FRAMEBUFFER, target);
+    const GLuint handle = texture->realize();
     if (handle == 0) {
         KLOGE("toggleRenderToTexture NG createRenderTexture failed");
         // Every failed start leaves the window's framebuffer bound, as a finished render does.
@@ -157,10 +160,16 @@ void Renderer::destroyPostProcessBuffers() {
     }
 }
 
-bool Renderer::postProcess(ShaderProgram* program, const DrawItem& uniforms, GLuint source) {
+bool Renderer::postProcess(ShaderProgram* program, const DrawItem& uniforms,
+                           const TextureSource* source) {
     flushSink(FrameStats::BREAK_BLUR);
-    if (source == 0) {
-        KLOGE("postProcess NG - material:%p srcTexture:%d ", uniforms.uniformSource, source);
+    const GLuint sourceName = source != nullptr ? source->currentName() : 0;
+    if (uniforms.uniformSource == nullptr || sourceName == 0) {
+        KLOGE("postProcess NG - material:%p srcTexture:%p ", uniforms.uniformSource,
+              static_cast<const void*>(source));
+        if (source != nullptr) {
+            KLOGE("textureHandle:%d", sourceName);
+        }
         return false;
     }
     if (postProcessPositionBuffer == 0 && postProcessTexCoordBuffer == 0 &&
@@ -198,7 +207,7 @@ bool Renderer::postProcess(ShaderProgram* program, const DrawItem& uniforms, GLu
     }
     glClear(GL_COLOR_BUFFER_BIT);
     glActiveTexture(GL_TEXTURE0);
-    glBindTexture(GL_TEXTURE_2D, source);
+    glBindTexture(GL_TEXTURE_2D, sourceName);
     glDrawElements(GL_TRIANGLE_STRIP, 4, GL_UNSIGNED_INT, nullptr);
     glDisableVertexAttribArray(1);
     glDisableVertexAttribArray(0);
@@ -208,30 +217,6 @@ bool Renderer::postProcess(ShaderProgram* program, const DrawItem& uniforms, GLu
         return false;
     }
     return true;
-}
-
-VertexBuffer* Renderer::textureQuad() {
-    if (textureQuad_ != nullptr) {
-        return textureQuad_;
-    }
-    // Counted in the context's environment: the renderer keeps it as long as the context.
-    textureQuad_ = NewObject<VertexBuffer>(context->environment);
-    if (textureQuad_ == nullptr ||
-        !textureQuad_->allocateBuffer(
-            VertexBuffer::HAS_POSITION | VertexBuffer::HAS_TEXTURE_COORDINATES, 4)) {
-        KLOGE("Renderer::textureQuad NG");
-        DeleteObject(textureQuad_);
-        textureQuad_ = nullptr;
-        return nullptr;
-    }
-    static const float kQuad[4][5] = {
-        {-1, 1, 0, 0, 0}, {-1, -1, 0, 0, 1}, {1, 1, 0, 1, 0}, {1, -1, 0, 1, 1}};
-    for (unsigned int vertex = 0; vertex < 4; ++vertex) {
-        const float* v = kQuad[vertex];
-        textureQuad_->setVertexTextureCoordinates(vertex, v[3], v[4]);
-        textureQuad_->setVertexPosition(vertex, v[0], v[1], v[2]);
-    }
-    return textureQuad_;
 }
 
 }  // namespace kesto

@@ -38,8 +38,8 @@ void Renderer::deinit() {
             *buffer = 0;
         }
     }
-    DeleteObject(textureQuad_);
-    textureQuad_ = nullptr;
+    textureMesh.reset();
+    textureMaterial.reset();
 }
 
 void Renderer::clearStatus() {

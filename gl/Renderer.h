@@ -23,8 +23,9 @@ class ShaderProgram;
 // be drawn by flush(), which the renderer calls before any state change that would affect them.
 class DrawSink {
   public:
-    // False: the sink has flushed what it held and the renderer draws the item itself.
-    virtual bool add(Renderer& renderer, const DrawItem& item) = 0;
+    // False: the sink has flushed what it held and the renderer draws the item itself. Either
+    // may realise the item's texture.
+    virtual bool add(Renderer& renderer, DrawItem& item) = 0;
     virtual void flush(Renderer& renderer, FrameStats::Break reason) = 0;
 
   protected:
@@ -62,6 +63,20 @@ class Renderer {
     // Refilled by every batched draw.
     GLuint streamVertexBuffer = 0;
     GLuint streamIndexBuffer = 0;
+    // An object of the layers above that lives as long as the renderer: the mesh and material
+    // the window copies external textures with. deinit destroys it with the context current.
+    struct Kept {
+        void* object = nullptr;
+        void (*destroy)(void* object) = nullptr;
+        void reset() {
+            if (object != nullptr) {
+                destroy(object);
+                object = nullptr;
+            }
+        }
+    };
+    Kept textureMesh;
+    Kept textureMaterial;
 
     Renderer(EGLDisplay display, EGLContext eglContext, Context* owner);
     virtual ~Renderer();
@@ -83,7 +98,7 @@ class Renderer {
     void setupViewMatrix(const Matrix& m);
     void setupWorldMatrix(const Matrix& m);
     // Hands a mesh to the sink, or draws it at once.
-    void submit(const DrawItem& item) {
+    void submit(DrawItem& item) {
         if (sink == nullptr || !sink->add(*this, item)) {
             renderMesh(item);
         }
@@ -95,8 +110,9 @@ class Renderer {
         }
     }
     // The per-mesh draw: one mesh with its material, as a triangle strip from the mesh's GL
-    // buffer. A mesh at alpha 0 costs no GL call at all.
-    void renderMesh(const DrawItem& item);
+    // buffer; the texture is realised after the buffer is uploaded. A mesh at alpha 0 costs no GL
+    // call at all.
+    void renderMesh(DrawItem& item);
     // One indexed draw of eye-space vertices through the stream buffers.
     void drawBatch(const BatchDraw& batch);
     // Clipping to a rectangle of the viewport (pixels, y down from the top); scissors do not nest.
@@ -105,19 +121,16 @@ class Renderer {
     // A framebuffer at least this large, or 0. One is cached; a larger one serves smaller asks.
     GLuint getFramebufferObject(int width, int height);
     void destroyFramebufferObject();
-    // Starts rendering into a texture of the given size; the caller realises it first (a name
-    // of 0 is its failure).
-    bool toggleRenderToTexture(GLuint texture, int width, int height);
+    // Starts rendering into the texture at its recorded size: the framebuffer first, then the
+    // texture is realised (a start the framebuffer refuses leaves an upload pending).
+    bool toggleRenderToTexture(TextureSource* texture);
     // Back to the window's framebuffer; always discards the framebuffer object.
     void endRenderToTexture();
     bool createPostProcessBuffers();
     void destroyPostProcessBuffers();
     // Draws the texture `source` over the whole current target with `program`, which must place
     // the quad without matrices, after writing the item's extra uniforms into it.
-    bool postProcess(ShaderProgram* program, const DrawItem& uniforms, GLuint source);
-    // The quad (-1,-1)..(1,1) with texture coordinates, for copying textures; null if it cannot
-    // be made.
-    VertexBuffer* textureQuad();
+    bool postProcess(ShaderProgram* program, const DrawItem& uniforms, const TextureSource* source);
 
     // Inert: fills a table of axis lines that nothing draws.
     void renderCoordinates(float length);
@@ -149,7 +162,6 @@ class Renderer {
     void CountDraw(int meshes, int vertexCount, bool textured);
 
     ShaderProgram* builtInPrograms_[PROGRAM_COUNT] = {};
-    VertexBuffer* textureQuad_ = nullptr;  // owned
     GLint batchProjectionLocations_[2] = {-1, -1};
 };
 

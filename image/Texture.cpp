@@ -79,6 +79,21 @@ bool FitsContext(int width, int height) {
     return true;
 }
 
+// GL reads the bitmap's rows at the unpack alignment the upload sets; a bitmap whose recorded row
+// length or buffer is shorter than that would be read past its end.
+bool FitsBuffer(int width, int height, int format, int scanlineBytes, int bufferBytes) {
+    const int64_t pixelBytes = static_cast<int64_t>(width) * BytesPerPixel(format);
+    const int64_t alignment = scanlineBytes % 4 != 0 ? 2 : 4;
+    const int64_t rowBytes = (pixelBytes + alignment - 1) / alignment * alignment;
+    const int64_t reads = height > 0 ? (height - 1) * rowBytes + pixelBytes : 0;
+    if (reads <= bufferBytes) {
+        return true;
+    }
+    KLOGE("texture upload NG - a %dx%d bitmap is read as %lld bytes, its buffer holds %d", width,
+          height, static_cast<long long>(reads), bufferBytes);
+    return false;
+}
+
 // Without a current context GL calls do nothing: a name would be counted that was never made, and
 // the one it replaces would stay in its context uncounted. A caller on the wrong thread is refused
 // before anything is touched.
@@ -219,9 +234,27 @@ bool Texture::setupByRawBufferAndRealize(const Bitmap::BitmapInfo& bitmapInfo) {
     return realized;
 }
 
+bool Texture::uploadPending() const {
+    return inputBitmapsQueue.hasItem() || inputBitmapInRenderThreadValid || inputNativeBitmapValid;
+}
+
+GLuint Texture::realize() {
+    createRenderTexture();
+    return renderTextureHandle;
+}
+
+DrawItem::TextureKind Texture::drawKind() const {
+    using Kind = DrawItem::TextureKind;
+    if (isOESTexture) {
+        return Kind::External;
+    }
+    return pixelFormat == PIXEL_FORMAT_RGB565     ? Kind::Rgb565
+           : pixelFormat == PIXEL_FORMAT_RGBA5551 ? Kind::Rgba5551
+                                                  : Kind::Other;
+}
+
 bool Texture::createRenderTexture() {
-    if (inputBitmapsQueue.popBegin() == nullptr && !inputBitmapInRenderThreadValid &&
-        !inputNativeBitmapValid) {
+    if (!uploadPending()) {
         return false;
     }
     if (!GlContextCurrent("createRenderTexture")) {
@@ -251,18 +284,11 @@ bool Texture::createRenderTexture() {
     if (source.pixelFormat == 0) {
         return true;
     }
-    // A producer may have recorded the size of a newer bitmap meanwhile: the texture must at
-    // least hold the one uploaded now.
-    int width = textureWidth();
-    int height = textureHeight();
-    if (width < source.width || height < source.height) {
-        width = source.width;
-        height = source.height;
-        recordSize(width, height);
-    }
-    const bool realized =
-        createRenderTextureImpl(width, height, source.width, source.height, source.pixelFormat,
-                                source.scanlineBytes, source.bufferBytes, source.buffer);
+    // The recorded size is the texture's, as the caller may have set it (a power of two, or
+    // smaller than the bitmap: GL then refuses the sub-image and the texture has no contents).
+    const bool realized = createRenderTextureImpl(
+        textureWidth(), textureHeight(), source.width, source.height, source.pixelFormat,
+        source.scanlineBytes, source.bufferBytes, source.buffer);
     if (!realized) {
         KLOGE("createRenderTexture NG");
     }
@@ -273,7 +299,8 @@ bool Texture::createRenderTextureImpl(int textureWidth, int textureHeight, int b
                                       int bitmapHeight, int format, int scanlineBytes,
                                       int bufferBytes, unsigned char* pixels) {
     destroyRenderTexture();
-    if (!FitsContext(textureWidth, textureHeight)) {
+    if (!FitsContext(textureWidth, textureHeight) ||
+        !FitsBuffer(bitmapWidth, bitmapHeight, format, scanlineBytes, bufferBytes)) {
         return false;
     }
     glGenTextures(1, &renderTextureHandle);

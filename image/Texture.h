@@ -10,6 +10,7 @@
 #include <cstdint>
 
 #include "core/Link.h"
+#include "gl/DrawItem.h"
 #include "image/Bitmap.h"
 #include "image/NativeBitmap.h"
 #include "image/ThreadEventQueue.h"
@@ -19,7 +20,7 @@ namespace kesto {
 class Environment;
 
 // Materials and blur sprites link to textures; a destroyed texture unlinks them.
-class Texture : public LinkTarget {
+class Texture final : public LinkTarget, public TextureSource {
   public:
     // Sizes are packed (width << 16) | height.
     enum InfoSlot { INFO_RESERVED = 0, INFO_TEXTURE_SIZE = 1, INFO_CONTENT_SIZE = 2 };
@@ -79,10 +80,16 @@ class Texture : public LinkTarget {
                              float m13, float m14, float m15);
 
     // Unsigned: a width from 0x8000 up sets the packed value's sign bit.
-    int textureWidth() const {
+    int textureWidth() const override {
         return static_cast<int>(static_cast<uint32_t>(info[INFO_TEXTURE_SIZE].load()) >> 16);
     }
-    int textureHeight() const { return info[INFO_TEXTURE_SIZE].load() & 0xFFFF; }
+    int textureHeight() const override { return info[INFO_TEXTURE_SIZE].load() & 0xFFFF; }
+
+    // How the device layer draws it. Realising an external texture uploads nothing.
+    GLuint realize() override;
+    bool uploadPending() const override;
+    GLuint currentName() const override { return renderTextureHandle; }
+    DrawItem::TextureKind drawKind() const override;
 
     static int CalculateHigherOrEqualPowerOfTwoDimension(int n);
 

@@ -88,6 +88,9 @@ class ThreadEventQueue {
         Item* item = &items[popIndex];
         return item->valid.load(std::memory_order_acquire) ? item : nullptr;
     }
+    bool hasItem() const {
+        return items != nullptr && items[popIndex].valid.load(std::memory_order_acquire);
+    }
 
     void popEnd(Item* item) {
         if (item != &items[popIndex]) {

@@ -107,9 +107,7 @@ bool BlurSprite::createBufferTexture(Context* context, Texture* source, float ma
             break;
         }
         toggled = true;
-        texture->createRenderTexture();
-        if (!renderer->toggleRenderToTexture(texture->renderTextureHandle, texture->textureWidth(),
-                                             texture->textureHeight())) {
+        if (!renderer->toggleRenderToTexture(texture)) {
             failure = "createBufferTexture NG: toggleRenderToTexture failed";
             break;
         }
@@ -121,7 +119,7 @@ bool BlurSprite::createBufferTexture(Context* context, Texture* source, float ma
         DrawItem uniforms;
         material->describeUniforms(&uniforms);
         if (!renderer->postProcess(material->getShaderProgram(), uniforms,
-                                   bufferTextures[level - 1]->renderTextureHandle)) {
+                                   bufferTextures[level - 1])) {
             failure = "createBufferTexture NG: postProcess failed";
             break;
         }

@@ -156,18 +156,14 @@ bool Material::describe(float groupAlpha, DrawItem* item) const {
     item->program = shaderProgram;
     Texture* slot = texture;
     if (slot != nullptr) {
-        using Kind = DrawItem::TextureKind;
+        item->texture = slot->renderTextureHandle;
+        item->textureKind = slot->drawKind();
         if (slot->isOESTexture) {
-            item->textureKind = Kind::External;
             item->textureTransform =
                 slot->textureTransform != nullptr ? slot->textureTransform->m : nullptr;
         } else {
-            slot->createRenderTexture();
-            item->textureKind = slot->pixelFormat == PIXEL_FORMAT_RGB565     ? Kind::Rgb565
-                                : slot->pixelFormat == PIXEL_FORMAT_RGBA5551 ? Kind::Rgba5551
-                                                                             : Kind::Other;
+            item->textureSource = slot;
         }
-        item->texture = slot->renderTextureHandle;
     }
     item->red = red;
     item->green = green;

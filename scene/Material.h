@@ -66,8 +66,8 @@ class Material {
     }
     // Writes every variable into the current program; stops at the first failure.
     bool updateUniformVariable(unsigned int program);
-    // Fills what a draw of this material needs, realising the texture; false when there is
-    // nothing to draw (alpha 0, also through the group alpha).
+    // Fills what a draw of this material needs; the draw realises the texture when it gets to
+    // it. False when there is nothing to draw (alpha 0, also through the group alpha).
     bool describe(float groupAlpha, DrawItem* item) const;
     // Points a draw item's uniform writer at this material.
     void describeUniforms(DrawItem* item) const;

@@ -245,15 +245,25 @@ ShaderProgram* ShaderManager::createShaderProgram(ShaderProgramData& data) {
         destroyShaderProgram(data);
         return nullptr;
     }
-    // Bound after the link, so they only matter if the program is linked again: the locations in
-    // force are the ones the link chose. Kept this way deliberately.
+    // Bound after the link, so they only matter if the program is linked again.
     unsigned int index = 0;
+    bool placed = true;
     for (auto* node = data.attributeNames.head; node != nullptr; node = node->next, ++index) {
         if (!program->bindAttribLocation(index, node->value)) {
             KLOGE("getShaderProgram bindAttribLocation NG");
             destroyShaderProgram(data);
             return nullptr;
         }
+        const GLint chosen = glGetAttribLocation(program->glProgram, node->value);
+        placed &= chosen == -1 || chosen == static_cast<GLint>(index);
+    }
+    // The renderer feeds attributes by these indices. A linker that chose others (drivers that
+    // pack active attributes do) would get positions as texture coordinates: one more link makes
+    // the bindings take effect.
+    if (!placed && !program->link()) {
+        KLOGE("getShaderProgram link NG");
+        destroyShaderProgram(data);
+        return nullptr;
     }
     if (!program->useProgram()) {
         KLOGE("getShaderProgram useProgram NG");

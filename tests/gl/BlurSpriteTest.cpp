@@ -1,9 +1,13 @@
 #include <gtest/gtest.h>
 
 #include <cmath>
+#include <cstdio>
 
 #include "gl/Renderer.h"
 #include "scene/BlurSprite.h"
+#include "scene/Material.h"
+#include "shader/DefaultShader.h"
+#include "tests/support/LogCapture.h"
 #include "tests/support/SceneWindow.h"
 
 namespace kesto {
@@ -45,6 +49,27 @@ class BlurSpriteTest : public test::SceneWindowTest {
 };
 
 KESTO_ON_BOTH_PATHS(BlurSpriteTest);
+
+TEST_P(BlurSpriteTest, PostProcessNamesTheSourceItCannotDraw) {
+    Material material;
+    DrawItem uniforms;
+    material.describeUniforms(&uniforms);
+    ShaderProgram* program = context->getShaderProgram(DefaultShader::POST_PROCESS_BLUR_SP);
+    Texture empty(env);
+    ASSERT_TRUE(empty.init());
+    char first[96];
+    for (const Texture* source : {&empty, static_cast<Texture*>(nullptr)}) {
+        test::LogCapture log;
+        EXPECT_FALSE(context->renderer->postProcess(program, uniforms, source));
+        std::snprintf(first, sizeof first, "postProcess NG - material:%p srcTexture:%p ",
+                      static_cast<const void*>(&material), static_cast<const void*>(source));
+        std::vector<std::string> expected{first};
+        if (source != nullptr) {
+            expected.push_back("textureHandle:0");
+        }
+        EXPECT_EQ(expected, log.messages("KestoRender"));
+    }
+}
 
 // An independent model of the blur: bilinear sampling with clamped edges, five taps at the
 // shader's offsets, each pass stored as 8-bit channels.

@@ -12,6 +12,7 @@
 #include "scene/Mesh.h"
 #include "scene/Scissor.h"
 #include "shader/DefaultShader.h"
+#include "shader/ShaderManager.h"
 #include "tests/support/LogCapture.h"
 #include "tests/support/SceneWindow.h"
 
@@ -249,6 +250,127 @@ TEST_P(SpriteRenderTest, PartialSceneFillsTheTextureTopRowFirst) {
     GLint bound = -1;
     glGetIntegerv(GL_FRAMEBUFFER_BINDING, &bound);
     EXPECT_EQ(0, bound);
+}
+
+// A node drawn between two sprites that queues a picture into their shared texture, as a producer
+// thread may at any moment of a frame.
+class QueueingNode : public SceneNode {
+  public:
+    QueueingNode(Environment* env, Texture* texture, Bitmap* picture)
+        : SceneNode(env), texture_(texture), picture_(picture) {}
+    void render(Renderer* /*renderer*/) override {
+        EXPECT_TRUE(texture_->setupByBitmap(picture_, false));
+    }
+
+  private:
+    Texture* texture_;
+    Bitmap* picture_;
+};
+
+TEST_P(SpriteRenderTest, AnUploadQueuedBetweenTwoMeshesOfOneRunShowsOnTheSecondOnly) {
+    Texture* shared = Solid(kRedWord);
+    Sprite* second = AddSprite(&scene->rootNode, shared);
+    second->setPosition(Vector(100, 0, 0));
+    Bitmap green;
+    ASSERT_TRUE(green.allocateBitmap(PIXEL_FORMAT_RGBA8888, 1, 1));
+    std::memcpy(green.buffer, &kGreenWord, 4);
+    QueueingNode producer(env, shared, &green);
+    scene->rootNode.addChild(&producer, true);
+    Sprite* first = AddSprite(&scene->rootNode, shared);
+    first->setPosition(Vector(-100, 0, 0));
+    // Drawn first, second, and between them the queueing node: the first sprite shows the picture
+    // the texture had, the second the one queued after the first was drawn.
+    for (int frame = 0; frame < 3; ++frame) {
+        window->render();
+        EXPECT_TRUE(Near(frame == 0 ? kRed : kGreen, At(140, 400))) << frame;
+        EXPECT_TRUE(Near(kGreen, At(340, 400))) << frame;
+    }
+    scene->rootNode.removeChild(&producer);
+}
+
+TEST_P(SpriteRenderTest, RenderingIntoATextureGetsTheFramebufferBeforeRealisingIt) {
+    // A size recorded before the upload is the texture's: zero refuses the framebuffer, which
+    // leaves the upload pending; a size smaller than the bitmap stays recorded as it is.
+    struct Case {
+        int32_t recorded;
+        bool started;
+        std::vector<std::string> lines;
+    };
+    const Case cases[] = {
+        {0,
+         false,
+         {"KestoRender E getFramebufferObject NG (width, height) = (0, 0)",
+          "KestoRender E toggleRenderToTexture NG framebuffer is 0 line:825",
+          "KestoWnd E renderToTexture NG: toggleRenderToTexture failed"}},
+        {(64 << 16) | 32, true, {}},
+    };
+    for (const Case& c : cases) {
+        Bitmap picture;
+        ASSERT_TRUE(picture.allocateBitmap(PIXEL_FORMAT_RGBA8888, 100, 100));
+        Texture target(env);
+        ASSERT_TRUE(target.init());
+        ASSERT_TRUE(target.setupByBitmap(&picture, false));
+        target.info[Texture::INFO_TEXTURE_SIZE] = c.recorded;
+        target.info[Texture::INFO_CONTENT_SIZE] = 5;
+        test::LogCapture log;
+        EXPECT_EQ(c.started, window->renderToTexture(&target, 1, 0, 0, 10, 10, false));
+        std::vector<std::string> errors;
+        for (const test::LogLine& line : log.lines()) {
+            if (line.priority == 'E') {
+                errors.push_back(line.tag + " E " + line.message);
+            }
+        }
+        EXPECT_EQ(c.lines, errors) << c.recorded;
+        EXPECT_EQ(!c.started, target.uploadPending()) << c.recorded;
+        EXPECT_EQ(c.recorded, target.info[Texture::INFO_TEXTURE_SIZE].load());
+        EXPECT_EQ(5, target.info[Texture::INFO_CONTENT_SIZE].load());
+        while (glGetError() != GL_NO_ERROR) {
+        }
+    }
+}
+
+TEST_P(SpriteRenderTest, AMeshWhoseBufferCannotBeUploadedLeavesItsTextureUnrealised) {
+    Texture* texture = Solid(kRedWord);
+    Sprite* sprite = AddSprite(&scene->rootNode, texture);
+    sprite->getLayerMesh(0)->clear();
+    test::LogCapture log;
+    window->render();
+    const std::vector<std::string> lines = log.messages("VertexBuffer");
+    ASSERT_FALSE(lines.empty());
+    EXPECT_EQ(0u, lines[0].find("bindGLBuffer NG - "));
+    EXPECT_TRUE(texture->uploadPending());
+    EXPECT_EQ(0u, texture->renderTextureHandle);
+}
+
+TEST_P(SpriteRenderTest, AProgramDeclaringItsAttributesInAnotherOrderDrawsCorrectly) {
+    // The linker may place "texCoord" at 0: the program still gets positions at 0, as bound.
+    ShaderManager* manager = context->shaderManager;
+    ASSERT_TRUE(manager->registerVertexShader("REVERSED_VS",
+                                              "attribute vec2 texCoord;"
+                                              "attribute vec4 position;"
+                                              "varying vec2 vTexCoord;"
+                                              "uniform mat4 ProjectionMatrix;"
+                                              "uniform mat4 ModelViewMatrix;"
+                                              "void main(){"
+                                              "gl_Position = ProjectionMatrix * ModelViewMatrix * "
+                                              "position;"
+                                              "vTexCoord = texCoord;}"));
+    static const char* const kAttributes[] = {"position", "texCoord", nullptr};
+    ASSERT_TRUE(manager->registerShaderProgram("REVERSED_SP", "REVERSED_VS",
+                                               DefaultShader::DEFAULT_FS, kAttributes, nullptr));
+    ShaderProgram* reversed = context->getShaderProgram("REVERSED_SP");
+    ASSERT_NE(nullptr, reversed);
+    EXPECT_EQ(0, glGetAttribLocation(reversed->glProgram, "position"));
+    EXPECT_EQ(1, glGetAttribLocation(reversed->glProgram, "texCoord"));
+    Texture* texture = MakeTexture<uint32_t>(PIXEL_FORMAT_RGBA8888, 2, 2,
+                                             {kRedWord, kGreenWord, kWhiteWord, kYellowWord});
+    Sprite* sprite = AddSprite(&scene->rootNode, texture);
+    sprite->getLayerMaterial(0)->setShaderProgram(reversed);
+    window->render();
+    EXPECT_TRUE(Near(kRed, At(240 - 40, 400 - 40)));
+    EXPECT_TRUE(Near(kGreen, At(240 + 40, 400 - 40)));
+    EXPECT_TRUE(Near(Pixel{255, 255, 0, 255}, At(240 + 40, 400 + 40)));
+    EXPECT_TRUE(Near(kBlue, At(240 + 60, 400)));
 }
 
 // A dense scene mixing everything a batch must respect: formats, alphas, tints, untextured layers,

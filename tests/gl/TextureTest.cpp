@@ -103,6 +103,35 @@ TEST_F(TextureTest, ALargerTextureHoldsTheBitmapAtItsOriginAndTakesSubImages) {
     EXPECT_NE(0u, texture.renderTextureHandle) << "refusals before the upload keep the texture";
 }
 
+TEST_F(TextureTest, TheRecordedSizeIsTheTextureSizeAndOnlyReadingPastTheBitmapIsRefused) {
+    // Smaller than the bitmap: a 64x64 texture, whose sub-image GL refuses; the slots stay.
+    Bitmap bitmap;
+    FillUniform(&bitmap, 100, 100, 0x40);
+    Texture texture(env);
+    ASSERT_TRUE(texture.init());
+    ASSERT_TRUE(texture.setupByBitmap(&bitmap, false));
+    texture.info[Texture::INFO_TEXTURE_SIZE] = (64 << 16) | 64;
+    texture.info[Texture::INFO_CONTENT_SIZE] = 5;
+    ASSERT_TRUE(texture.createRenderTexture());
+    EXPECT_EQ(GLenum(GL_INVALID_VALUE), glGetError());
+    EXPECT_EQ((64 << 16) | 64, texture.info[Texture::INFO_TEXTURE_SIZE].load());
+    EXPECT_EQ(5, texture.info[Texture::INFO_CONTENT_SIZE].load());
+    EXPECT_EQ(64u * 64 * 4, Realized(texture, 64, 64).size());
+
+    // A buffer shorter than its rows at the upload's alignment would be read past its end.
+    const int32_t count = Texture::GLTexturesCount;
+    uint8_t pixels[64] = {};
+    LogCapture log;
+    EXPECT_FALSE(
+        texture.createRenderTextureImpl(4, 4, 4, 4, PIXEL_FORMAT_RGBA8888, 16, 60, pixels));
+    EXPECT_TRUE(
+        log.has("KestoTexture", 'E',
+                "texture upload NG - a 4x4 bitmap is read as 64 bytes, its buffer holds 60"));
+    EXPECT_EQ(count - 1, Texture::GLTexturesCount) << "the old name goes, no new one is made";
+    EXPECT_EQ(0u, texture.renderTextureHandle);
+    EXPECT_TRUE(texture.createRenderTextureImpl(3, 2, 3, 2, PIXEL_FORMAT_RGB888, 10, 20, pixels));
+}
+
 TEST_F(TextureTest, PrecedenceIsNativeThenRenderThreadThenNewestQueued) {
     Texture texture(env);
     ASSERT_TRUE(texture.init());

@@ -10,9 +10,14 @@ import static org.junit.Assert.assertTrue;
 import android.graphics.Bitmap;
 import com.xol.kesto2.test.NativeLog;
 import com.xol.kesto2.test.Session;
+import java.util.ArrayList;
 import java.util.Arrays;
 import java.util.Collections;
+import java.util.HashSet;
 import java.util.List;
+import java.util.Set;
+import java.util.concurrent.atomic.AtomicBoolean;
+import java.util.concurrent.atomic.AtomicInteger;
 import org.junit.After;
 import org.junit.Before;
 import org.junit.Test;
@@ -226,6 +231,60 @@ public class ImageApiTest {
     }
 
     @Test
+    public void aProducerStreamingIntoASharedTextureShowsAQueuedPictureOnEverySprite()
+            throws InterruptedException {
+        final int[] colours = {0xFFFF0000, 0xFF00FF00, 0xFFFFFFFF, 0xFFFFFF00};
+        final int texture = Kesto2.CreateTexture(env);
+        final int[] pictures = new int[colours.length];
+        for (int i = 0; i < colours.length; ++i) {
+            Bitmap solid = Bitmap.createBitmap(4, 4, RGB565 ? Bitmap.Config.RGB_565 : Bitmap.Config.ARGB_8888);
+            solid.eraseColor(colours[i]);
+            pictures[i] = Kesto2.CreateBitmap(env);
+            assertTrue(Kesto2.Bitmap_Set(pictures[i], solid));
+        }
+        assertTrue(Kesto2.Texture_SetupByBitmap(texture, pictures[0], false));
+        int[] sprites = {sprite(texture, -60f, 0f), sprite(texture, 60f, 0f)};
+        AtomicBoolean done = new AtomicBoolean();
+        AtomicInteger queued = new AtomicInteger();
+        Thread producer = new Thread(() -> {
+            for (int i = 1; !done.get(); ) {
+                if (Kesto2.Texture_SetupByBitmap(texture, pictures[i % pictures.length], false)) {
+                    ++i;
+                    queued.incrementAndGet();
+                } else {
+                    Thread.yield();  // both slots wait for the render thread
+                }
+            }
+        });
+        producer.start();
+        List<String> wrong = new ArrayList<>();
+        Set<Integer> shown = new HashSet<>();
+        for (int frame = 0; frame < 400; ++frame) {
+            Kesto2.Window_RenderWithoutPresent(window);
+            Bitmap row = Kesto2.Window_NativeGetSnapshot(window, 0, HEIGHT / 2, WIDTH, 1);
+            for (int x : new int[] {WIDTH / 2 - 60, WIDTH / 2 + 60}) {
+                int colour = row.getPixel(x, 0);
+                shown.add(colour);
+                if (Arrays.stream(colours).noneMatch(c -> c == colour)) {
+                    wrong.add("frame " + frame + " x " + x + ": " + Integer.toHexString(colour));
+                }
+            }
+        }
+        done.set(true);
+        producer.join();
+        assertEquals(wrong.size() + " of 800 sprite pictures wrong, first " + wrong.subList(0, Math.min(wrong.size(), 4)),
+                0, wrong.size());
+        assertTrue("the stream changed the picture: " + shown, shown.size() > 1 && queued.get() > 1);
+        for (int sprite : sprites) {
+            Kesto2.DestroySprite(sprite);
+        }
+        Kesto2.DestroyTexture(texture);
+        for (int picture : pictures) {
+            Kesto2.DestroyBitmap(picture);
+        }
+    }
+
+    @Test
     public void externalTexturesCopyIntoOrdinaryOnes() {
         int external = Kesto2.CreateTexture(env);
         int target = Kesto2.CreateTexture(env);
@@ -237,6 +296,8 @@ public class ImageApiTest {
             assertTrue(Kesto2.Window_NativeRenderOESTextureToTexture(window, external, target, 0f, 0f, 1f, 1f));
             assertTrue(log.messages("KestoJNI").get(0).startsWith("Window_RenderOESTextureToTexture time:"));
         }
+        // The copy's mesh is the renderer's own, counted as every mesh is, until its context goes.
+        assertTrue(session.status().toString(), session.status().contains("KestoEnv I Mesh 1"));
         Kesto2.DestroyTexture(external);
         Kesto2.DestroyTexture(target);
     }
