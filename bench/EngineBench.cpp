@@ -736,16 +736,21 @@ void PrintTable(const CollectingReporter& reporter, const MachineInfo& machine,
     if (const auto rss = g->peer.number("peer.maxrss_mib")) {
         add("peak RSS, SDL2 process", Format("%.1f MiB", *rss));
     }
-    for (int count : {100, 1000}) {
-        const auto engine = g->calls.number(Format("calls.frame.%d.engine", count));
-        const auto floor = g->calls.number(Format("calls.frame.%d.floor", count));
-        const auto same = g->calls.number(Format("calls.frame.%d.same_sequence", count));
-        const auto pixels = g->calls.number(Format("calls.frame.%d.pixels_differing", count));
+    // One call-check row from the figures saved under `key` ("calls.frame.100", ...).
+    auto callsRow = [&](const std::string& key, const std::string& label) {
+        const auto engine = g->calls.number(key + ".engine");
+        const auto floor = g->calls.number(key + ".floor");
+        const auto same = g->calls.number(key + ".same_sequence");
+        const auto pixels = g->calls.number(key + ".pixels_differing");
         if (engine && floor && same && pixels) {
-            add(Format("GL+EGL calls a frame, N=%d: engine per-mesh / floor", count),
-                Format("%.0f / %.0f, %s, %.0f pixels differ", *engine, *floor,
-                       *same != 0 ? "same sequence" : "DIFFERENT sequence", *pixels));
+            add(label, Format("%.0f / %.0f, %s, %.0f pixels differ", *engine, *floor,
+                              *same != 0 ? "same sequence" : "DIFFERENT sequence", *pixels));
         }
+    };
+    callsRow("calls.first_frame.100", "GL+EGL calls, first frame N=100: engine per-mesh / floor");
+    for (int count : {100, 1000}) {
+        callsRow(Format("calls.frame.%d", count),
+                 Format("GL+EGL calls a frame, N=%d: engine per-mesh / floor", count));
         auto pixelDifference = [&](const char* key) -> std::optional<std::pair<double, double>> {
             const auto differ =
                 g->calls.number(Format("calls.frame.%d.%s_pixels_differing", count, key));

@@ -142,9 +142,16 @@ void EngineUpload(Texture* texture) {
 }
 
 void PlainUpload(GLuint* name, const void* pixels, int size) {
+    // The engine first checks that the thread has a context.
+    eglGetCurrentContext();
     if (*name != 0) {
         glDeleteTextures(1, name);
     }
+    UploadCalls(name, pixels, size);
+    glFinish();
+}
+
+void UploadCalls(GLuint* name, const void* pixels, int size) {
     // The engine checks every upload against the context's limit.
     GLint limit = 0;
     glGetIntegerv(GL_MAX_TEXTURE_SIZE, &limit);
@@ -156,10 +163,9 @@ void PlainUpload(GLuint* name, const void* pixels, int size) {
     glTexParameteri(GL_TEXTURE_2D, GL_TEXTURE_WRAP_T, GL_CLAMP_TO_EDGE);
     glPixelStorei(GL_UNPACK_ALIGNMENT, 4);
     glTexImage2D(GL_TEXTURE_2D, 0, GL_RGBA, size, size, 0, GL_RGBA, GL_UNSIGNED_BYTE, pixels);
-    glFinish();
 }
 
-PlainScene::PlainScene(Harness& harness)
+PlainScene::PlainScene(Harness& harness, bool uploadTexture)
     : display_(harness.env->eglDisplay),
       surface_(harness.window->eglSurface),
       context_(harness.context->eglContext),
@@ -172,21 +178,28 @@ PlainScene::PlainScene(Harness& harness)
     modelViewLocation_ = glGetUniformLocation(program_, "ModelViewMatrix");
     blendColorLocation_ = glGetUniformLocation(program_, "BlendColor");
     alpha_ = 1.0f * static_cast<float>(kSpriteAlpha / 255.0);
-    const std::vector<uint32_t> pixels = MakePixels(kSpriteSize);
-    PlainUpload(&texture_, pixels.data(), kSpriteSize);
+    if (uploadTexture) {
+        const std::vector<uint32_t> pixels = MakePixels(kSpriteSize);
+        PlainUpload(&texture_, pixels.data(), kSpriteSize);
+    }
 }
 
 PlainScene::~PlainScene() {
-    glDeleteTextures(1, &texture_);
+    if (texture_ != 0) {
+        glDeleteTextures(1, &texture_);
+    }
 }
 
-FloorSprites::FloorSprites(Harness& harness, EngineSprites& engine) : PlainScene(harness) {
+FloorSprites::FloorSprites(Harness& harness, EngineSprites& engine, bool firstFrame)
+    : PlainScene(harness, !firstFrame), uploaded_(!firstFrame) {
     buffers_.resize(engine.sprites.size());
     modelViews_.resize(engine.sprites.size());
-    glGenBuffers(static_cast<GLsizei>(buffers_.size()), buffers_.data());
     for (size_t i = 0; i < buffers_.size(); ++i) {
-        glBindBuffer(GL_ARRAY_BUFFER, buffers_[i]);
-        glBufferData(GL_ARRAY_BUFFER, sizeof kQuad, kQuad, GL_STATIC_DRAW);
+        if (!firstFrame) {
+            glGenBuffers(1, &buffers_[i]);
+            glBindBuffer(GL_ARRAY_BUFFER, buffers_[i]);
+            glBufferData(GL_ARRAY_BUFFER, sizeof kQuad, kQuad, GL_STATIC_DRAW);
+        }
         Matrix::TransformMultiply(&modelViews_[i], engine.sprites[i]->getWorldTransform(nullptr),
                                   view_);
     }
@@ -200,6 +213,8 @@ FloorSprites::~FloorSprites() {
 // Call for call what Window::render issues for this scene: Renderer::clearStatus, targetWindow,
 // the clear that present() makes unnecessary within 100 ms, setViewport, and per sprite the
 // textured premultiplied path of Renderer::renderMesh with the program setters' error checks.
+// A first frame uploads each sprite's vertices first, and then, at the first sprite, the
+// texture's pending bitmap (which checks for a current context).
 void FloorSprites::render() {
     const uint32_t start = NowMillis();
     glClearStencil(0);
@@ -220,6 +235,17 @@ void FloorSprites::render() {
     glViewport(0, 0, width_, height_);
     const float* projection = projection_.m;
     for (size_t i = 0; i < buffers_.size(); ++i) {
+        if (!uploaded_) {
+            glGenBuffers(1, &buffers_[i]);
+            glBindBuffer(GL_ARRAY_BUFFER, buffers_[i]);
+            glBufferData(GL_ARRAY_BUFFER, sizeof kQuad, kQuad, GL_STATIC_DRAW);
+            errors_ |= glGetError();
+            if (i == 0) {
+                eglGetCurrentContext();
+                const std::vector<uint32_t> pixels = MakePixels(kSpriteSize);
+                UploadCalls(&texture_, pixels.data(), kSpriteSize);
+            }
+        }
         glBindBuffer(GL_ARRAY_BUFFER, buffers_[i]);
         glUseProgram(program_);
         errors_ |= glGetError();
@@ -243,6 +269,7 @@ void FloorSprites::render() {
         glDisableVertexAttribArray(0);
         glBindBuffer(GL_ARRAY_BUFFER, 0);
     }
+    uploaded_ = true;
 }
 
 // Window::present: swap, then clear the new back buffer.
@@ -254,7 +281,7 @@ void FloorSprites::present() {
     lastClearTime_ = NowMillis();
 }
 
-LimitSprites::LimitSprites(Harness& harness, EngineSprites& engine) : PlainScene(harness) {
+LimitSprites::LimitSprites(Harness& harness, EngineSprites& engine) : PlainScene(harness, true) {
     std::vector<float> vertices;
     std::vector<GLushort> indices;
     for (size_t i = 0; i < engine.sprites.size(); ++i) {

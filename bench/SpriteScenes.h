@@ -87,13 +87,16 @@ std::unique_ptr<Texture> MakeSpriteTexture(Environment* env);
 // replacing the texture `name` holds.
 void EngineUpload(Texture* texture);
 void PlainUpload(GLuint* name, const void* pixels, int size);
+// PlainUpload's calls without the finish, as a draw makes them.
+void UploadCalls(GLuint* name, const void* pixels, int size);
 
 // What the floor and the limit share: the harness's EGL objects, the engine's default program and
 // its uniform locations, the matrices of the last engine frame, and the sprite texture uploaded
 // as the engine uploads it.
 class PlainScene {
   protected:
-    explicit PlainScene(Harness& harness);
+    // Without `uploadTexture`, the texture is left for the first frame to upload.
+    PlainScene(Harness& harness, bool uploadTexture);
     ~PlainScene();
     PlainScene(const PlainScene&) = delete;
     PlainScene& operator=(const PlainScene&) = delete;
@@ -116,8 +119,9 @@ class PlainScene {
 class FloorSprites : private PlainScene {
   public:
     // Takes the matrices from the renderer after `engine` has been rendered into the harness
-    // window, and the engine's default program; makes its own texture and one buffer per sprite.
-    FloorSprites(Harness& harness, EngineSprites& engine);
+    // window, and the engine's default program; makes its own texture and one buffer per sprite,
+    // or with `firstFrame` leaves them to its first render, as the engine's first frame does.
+    FloorSprites(Harness& harness, EngineSprites& engine, bool firstFrame = false);
     ~FloorSprites();
 
     void render();
@@ -126,6 +130,7 @@ class FloorSprites : private PlainScene {
   private:
     std::vector<Matrix> modelViews_;
     std::vector<GLuint> buffers_;
+    bool uploaded_ = true;
     bool presented_ = false;
     uint32_t lastClearTime_ = 0;
     GLenum errors_ = GL_NO_ERROR;
