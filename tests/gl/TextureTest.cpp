@@ -23,6 +23,18 @@ void FillUniform(Bitmap* bitmap, int width, int height, uint8_t value) {
     std::memset(bitmap->buffer, value, bitmap->bufferBytes);
 }
 
+// Realises a uniform bitmap of the given size into `texture` with `recorded` in its size slot, as
+// the Java side may set it between the setup and the upload.
+void RealizeRecorded(Texture* texture, int width, int height, int32_t recorded) {
+    Bitmap bitmap;
+    FillUniform(&bitmap, width, height, 0x80);
+    ASSERT_TRUE(texture->init());
+    ASSERT_TRUE(texture->setupByBitmap(&bitmap, false));
+    texture->info[Texture::INFO_TEXTURE_SIZE] = recorded;
+    texture->info[Texture::INFO_CONTENT_SIZE] = 5;
+    ASSERT_TRUE(texture->createRenderTexture());
+}
+
 Rgba Realized(Texture& texture, int width, int height) {
     EXPECT_NE(0u, texture.renderTextureHandle);
     return ReadTexture(texture.renderTextureHandle, 0, 0, width, height);
@@ -69,14 +81,9 @@ TEST_F(TextureTest, EachFormatUploadsItsPixels) {
 }
 
 TEST_F(TextureTest, ALargerTextureHoldsTheBitmapAtItsOriginAndTakesSubImages) {
-    Bitmap bitmap;
-    FillUniform(&bitmap, 200, 100, 0x80);
     Texture texture(env);
-    ASSERT_TRUE(texture.init());
-    ASSERT_TRUE(texture.setupByBitmap_InRenderThread(&bitmap, false));
-    texture.info[Texture::INFO_TEXTURE_SIZE] = (256 << 16) | 256;
     const int32_t bytesBefore = Texture::GLTexturesBytes;
-    ASSERT_TRUE(texture.createRenderTexture());
+    RealizeRecorded(&texture, 200, 100, (256 << 16) | 256);
     EXPECT_EQ(256, texture.textureWidth());
     EXPECT_EQ(200 * 100 * 4, texture.textureBytes);
     EXPECT_EQ(bytesBefore + 200 * 100 * 4, Texture::GLTexturesBytes);
@@ -105,14 +112,8 @@ TEST_F(TextureTest, ALargerTextureHoldsTheBitmapAtItsOriginAndTakesSubImages) {
 
 TEST_F(TextureTest, TheRecordedSizeIsTheTextureSizeAndOnlyReadingPastTheBitmapIsRefused) {
     // Smaller than the bitmap: a 64x64 texture, whose sub-image GL refuses; the slots stay.
-    Bitmap bitmap;
-    FillUniform(&bitmap, 100, 100, 0x40);
     Texture texture(env);
-    ASSERT_TRUE(texture.init());
-    ASSERT_TRUE(texture.setupByBitmap(&bitmap, false));
-    texture.info[Texture::INFO_TEXTURE_SIZE] = (64 << 16) | 64;
-    texture.info[Texture::INFO_CONTENT_SIZE] = 5;
-    ASSERT_TRUE(texture.createRenderTexture());
+    RealizeRecorded(&texture, 100, 100, (64 << 16) | 64);
     EXPECT_EQ(GLenum(GL_INVALID_VALUE), glGetError());
     EXPECT_EQ((64 << 16) | 64, texture.info[Texture::INFO_TEXTURE_SIZE].load());
     EXPECT_EQ(5, texture.info[Texture::INFO_CONTENT_SIZE].load());
