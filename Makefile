@@ -4,7 +4,7 @@ BUILD_DIR ?= build
 BUILD_TYPE ?= RelWithDebInfo
 JOBS ?= $(shell nproc)
 
-.PHONY: all setup configure build demo test clean
+.PHONY: all setup configure build demo test clean android
 
 all: build
 
@@ -29,6 +29,11 @@ test: build
 
 clean:
 	rm -rf $(BUILD_DIR)
+
+# The Android libraries (four ABIs, API 21) and kesto2.aar under $(BUILD_DIR)/android, with the NDK
+# in ANDROID_NDK or the sysroot in ../shared/android.
+android: setup
+	@scripts/android.sh $(BUILD_DIR)/android
 
 # Benchmarks: the engine, its floor and the SDL2 peer, then one summary table. Not part of `test`.
 # BENCH_ARGS passes options on, e.g. BENCH_ARGS="--rounds=3 --min-time=0.25".

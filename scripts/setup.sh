@@ -17,6 +17,8 @@ packages=(
     android-liblog-dev android-platform-frameworks-native-headers
     # Java binding, JVM tests and images
     default-jdk-headless junit4 libpng-dev
+    # Android builds and their checks with the sysroot in shared/android
+    clang-14 lld-14 llvm-14
 )
 
 missing=()
