@@ -2,8 +2,10 @@
 #include <gtest/gtest.h>
 
 int main(int argc, char** argv) {
-    // liblog drops debug lines by default; the tests read them too.
+#ifndef __ANDROID__
+    // The desktop's liblog drops debug lines by default; the tests read them too.
     __android_log_set_minimum_priority(ANDROID_LOG_DEBUG);
+#endif
     testing::InitGoogleTest(&argc, argv);
     return RUN_ALL_TESTS();
 }
