@@ -76,12 +76,13 @@ bool Batcher::add(Renderer& renderer, DrawItem& item) {
     }
     // An upload deletes the texture's old name, which meshes collected before may still use: they
     // are drawn first, with the picture they were collected with, as the per-mesh path draws them.
+    // A picture a producer queues after this check waits for the next draw of the texture.
     const TextureSource* texture = item.textureSource;
-    if (texture != nullptr && meshes_ > 0 && run_.texture != 0 &&
-        run_.texture == texture->currentName() && texture->uploadPending()) {
+    const bool upload = texture != nullptr && texture->uploadPending();
+    if (upload && meshes_ > 0 && run_.texture != 0 && run_.texture == texture->currentName()) {
         flush(renderer, FrameStats::BREAK_TEXTURE);
     }
-    item.realizeTexture();
+    item.realizeTexture(upload);
     // Only the built-in programs batch, also when a material names one of them itself.
     const bool textured = item.program == nullptr
                               ? item.texture != 0
@@ -109,7 +110,7 @@ bool Batcher::add(Renderer& renderer, DrawItem& item) {
     }
     const Run next{program, textured ? item.texture : 0, blend, renderer.projectionVersion};
     if (meshes_ > 0) {
-        FrameStats::Break reason = FrameStats::BREAK_COUNT;
+        FrameStats::Break reason = FrameStats::BREAK_NONE;
         if (next.program != run_.program) {
             reason = FrameStats::BREAK_PROGRAM;
         } else if (next.texture != run_.texture) {
@@ -121,7 +122,7 @@ bool Batcher::add(Renderer& renderer, DrawItem& item) {
         } else if (vertexCount_ + count > kMaximumVertices) {
             reason = FrameStats::BREAK_FULL;
         }
-        if (reason != FrameStats::BREAK_COUNT) {
+        if (reason != FrameStats::BREAK_NONE) {
             flush(renderer, reason);
         }
     }
@@ -179,7 +180,9 @@ void Batcher::flush(Renderer& renderer, FrameStats::Break reason) {
     batch.indexCount = indexCount_;
     batch.meshCount = meshes_;
     renderer.drawBatch(batch);
-    ++renderer.stats.breaks[reason];
+    if (reason != FrameStats::BREAK_NONE) {
+        ++renderer.stats.breaks[reason];
+    }
     meshes_ = 0;
     vertexCount_ = 0;
     indexCount_ = 0;

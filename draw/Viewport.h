@@ -23,6 +23,9 @@ class Viewport {
     // (x, y) in window pixels, y down from the top edge.
     bool hitTest(int width, int height, int x, int y, Vector* hitPosition, Vector* hitNormal,
                  Vector* hitDirection, SceneNode** hitNode = nullptr);
+    // Where the hit-test ray through window pixel (x, y) meets the plane z = 0 of `node`, in its
+    // coordinates (null: world coordinates). False when the ray runs parallel to the plane.
+    bool pointOnPlane(int width, int height, int x, int y, SceneNode* node, Vector* out);
     bool querySceneNodeOriginPositionOnViewport(int width, int height, SceneNode& node,
                                                 Vector* out);
 };

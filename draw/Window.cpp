@@ -95,6 +95,14 @@ bool Window::bindSurface(ANativeWindow* surface, int surfaceWidth, int surfaceHe
     nativeWindow = surface;
     width = surfaceWidth;
     height = surfaceHeight;
+    const int32_t ownWidth = ANativeWindow_getWidth(surface);
+    const int32_t ownHeight = ANativeWindow_getHeight(surface);
+    if (ownWidth > 0 && ownHeight > 0 && (ownWidth != width || ownHeight != height)) {
+        KLOGW(
+            "bindSurface - size %dx%d differs from the surface's own %dx%d: frames use %dx%d, "
+            "snapshots read only within the surface",
+            width, height, ownWidth, ownHeight, width, height);
+    }
     CountUp(Environment::eglSurfaceCount);
     CountUp(Environment::eglSurfaceRealCount);
     if (!context->targetSurface(eglSurface)) {
@@ -277,6 +285,14 @@ bool Window::hitTest(int x, int y, Vector* hitPosition, Vector* hitNormal, Vecto
     }
     return defaultViewport.hitTest(width, height, x, y, hitPosition, hitNormal, hitDirection,
                                    hitNode);
+}
+
+bool Window::pointOnPlane(int x, int y, SceneNode* node, Vector* out) {
+    if (width == 0 || height == 0) {
+        KLOGE("pointOnPlane - window size zero");
+        return false;
+    }
+    return defaultViewport.pointOnPlane(width, height, x, y, node, out);
 }
 
 bool Window::querySceneNodeOriginPositionOnViewport(Viewport* viewport, SceneNode& node,

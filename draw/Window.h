@@ -72,6 +72,8 @@ class Window {
                  SceneNode** hitNode = nullptr);
     // A null viewport means the default one.
     bool querySceneNodeOriginPositionOnViewport(Viewport* viewport, SceneNode& node, Vector* out);
+    // See Viewport::pointOnPlane.
+    bool pointOnPlane(int x, int y, SceneNode* node, Vector* out);
 
     // Off: every mesh is drawn on its own, the documented per-mesh GL sequence. Same pixels.
     void setBatching(bool enabled) { batching_ = enabled; }

@@ -43,8 +43,8 @@ struct DrawItem {
     const void* uniformSource = nullptr;
     bool hasUniforms = false;
 
-    // Uploads what the texture has pending and takes its name and kind.
-    inline void realizeTexture();
+    // Takes the texture's name and kind, after uploading what it has pending when `upload`.
+    inline void realizeTexture(bool upload = true);
 };
 
 // A texture of the layers above as the device layer uses it. A pending upload replaces the GL
@@ -52,9 +52,10 @@ struct DrawItem {
 // bound for a draw in progress, must not be deleted under it.
 class TextureSource {
   public:
-    // Uploads the pending picture, if any; the GL name afterwards, 0 for none.
-    virtual GLuint realize() = 0;
-    // Whether realize() would replace the current name.
+    // The GL name, 0 for none, after uploading the pending picture (if any) when `upload`.
+    virtual GLuint realize(bool upload) = 0;
+    // Whether realize(true) would replace the current name. A producer thread may make it true
+    // at any moment: decide once, then realize with that decision.
     virtual bool uploadPending() const = 0;
     virtual GLuint currentName() const = 0;
     virtual DrawItem::TextureKind drawKind() const = 0;
@@ -66,9 +67,9 @@ class TextureSource {
     ~TextureSource() = default;
 };
 
-void DrawItem::realizeTexture() {
+void DrawItem::realizeTexture(bool upload) {
     if (textureSource != nullptr) {
-        texture = textureSource->realize();
+        texture = textureSource->realize(upload);
         textureKind = textureSource->drawKind();
     }
 }

@@ -16,7 +16,9 @@ struct FrameStats {
         BREAK_BLUR,
         BREAK_CUSTOM,  // own program, extra uniforms or an external texture
         BREAK_FULL,
-        BREAK_COUNT
+        BREAK_COUNT,
+        // Draws what is held without counting a break: the end of a frame.
+        BREAK_NONE = BREAK_COUNT
     };
 
     int32_t meshes = 0;

@@ -112,7 +112,7 @@ bool Renderer::toggleRenderToTexture(TextureSource* texture) {
         return false;
     }
     glBindFramebuffer(GL_FRAMEBUFFER, target);
-    const GLuint handle = texture->realize();
+    const GLuint handle = texture->realize(true);
     if (handle == 0) {
         KLOGE("toggleRenderToTexture NG createRenderTexture failed");
         // Every failed start leaves the window's framebuffer bound, as a finished render does.

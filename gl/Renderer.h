@@ -136,7 +136,7 @@ class Renderer {
     void renderCoordinates(float length);
     EGLBoolean present(EGLSurface surface);
     // Ends a render pass: draws what the sink holds.
-    void flush() { flushSink(FrameStats::BREAK_TARGET); }
+    void flush() { flushSink(FrameStats::BREAK_NONE); }
 
     // A built-in program by name, remembered once built: the same program a lookup through the
     // context returns, without the lookup on every draw.

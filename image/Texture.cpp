@@ -41,7 +41,7 @@ bool GlFormatOf(int pixelFormat, GLenum* format, GLenum* type) {
     }
 }
 
-void SetLinearClampedParameters(GLenum target, GLint filter) {
+void SetFilterAndClamp(GLenum target, GLint filter) {
     glTexParameteri(target, GL_TEXTURE_MIN_FILTER, filter);
     glTexParameteri(target, GL_TEXTURE_MAG_FILTER, filter);
     glTexParameteri(target, GL_TEXTURE_WRAP_S, GL_CLAMP_TO_EDGE);
@@ -238,9 +238,22 @@ bool Texture::uploadPending() const {
     return inputBitmapsQueue.hasItem() || inputBitmapInRenderThreadValid || inputNativeBitmapValid;
 }
 
-GLuint Texture::realize() {
-    createRenderTexture();
+GLuint Texture::realize(bool upload) {
+    if (upload) {
+        createRenderTexture();
+    }
+    if (filterPending_ && renderTextureHandle != 0) {
+        glBindTexture(GL_TEXTURE_2D, renderTextureHandle);
+        glTexParameteri(GL_TEXTURE_2D, GL_TEXTURE_MIN_FILTER, filter);
+        glTexParameteri(GL_TEXTURE_2D, GL_TEXTURE_MAG_FILTER, filter);
+    }
+    filterPending_ = false;
     return renderTextureHandle;
+}
+
+void Texture::setFilter(GLint minMagFilter) {
+    filterPending_ = filter != minMagFilter && !isOESTexture;
+    filter = minMagFilter;
 }
 
 DrawItem::TextureKind Texture::drawKind() const {
@@ -305,7 +318,8 @@ bool Texture::createRenderTextureImpl(int textureWidth, int textureHeight, int b
     }
     glGenTextures(1, &renderTextureHandle);
     glBindTexture(GL_TEXTURE_2D, renderTextureHandle);
-    SetLinearClampedParameters(GL_TEXTURE_2D, GL_LINEAR);
+    SetFilterAndClamp(GL_TEXTURE_2D, filter);
+    filterPending_ = false;
     glPixelStorei(GL_UNPACK_ALIGNMENT, scanlineBytes % 4 != 0 ? 2 : 4);
     GLenum glFormat, glType;
     if (!GlFormatOf(format, &glFormat, &glType)) {
@@ -362,7 +376,8 @@ bool Texture::realizeBlankTexture(int format, int width, int height) {
         return false;
     }
     glBindTexture(GL_TEXTURE_2D, renderTextureHandle);
-    SetLinearClampedParameters(GL_TEXTURE_2D, GL_LINEAR);
+    SetFilterAndClamp(GL_TEXTURE_2D, filter);
+    filterPending_ = false;
     glPixelStorei(GL_UNPACK_ALIGNMENT, BytesPerPixel(format) == 4 ? 4 : 2);
     GLenum glFormat, glType;
     const int32_t bytes = BufferBytes(format, width, height);
@@ -446,7 +461,7 @@ GLuint Texture::createOESTexture() {
     destroyRenderTexture();
     glGenTextures(1, &renderTextureHandle);
     glBindTexture(GL_TEXTURE_EXTERNAL_OES, renderTextureHandle);
-    SetLinearClampedParameters(GL_TEXTURE_EXTERNAL_OES, GL_NEAREST);
+    SetFilterAndClamp(GL_TEXTURE_EXTERNAL_OES, GL_NEAREST);
     CountTexture(0);
     KLOGI("Kesto2_Texture::createOESTexture--");
     return renderTextureHandle;

@@ -37,6 +37,8 @@ class Texture final : public LinkTarget, public TextureSource {
     // Written by producer threads too.
     std::atomic<int32_t> info[3] = {};
     bool isOESTexture = false;
+    // GL_LINEAR or GL_NEAREST, for magnifying and minifying alike.
+    GLint filter = GL_LINEAR;
     // Texture-coordinate transform of an external texture; zero until set.
     struct TextureTransform {
         float m[16];
@@ -75,6 +77,9 @@ class Texture final : public LinkTarget, public TextureSource {
     // A failed update destroys the whole texture.
     bool realizeSubTexture(int x, int y, const Bitmap::BitmapInfo& bitmapInfo);
     GLuint createOESTexture();
+    // Applied to every upload from now on, and to the current picture when next drawn: it needs no
+    // current context.
+    void setFilter(GLint minMagFilter);
     void setTextureTransform(float m0, float m1, float m2, float m3, float m4, float m5, float m6,
                              float m7, float m8, float m9, float m10, float m11, float m12,
                              float m13, float m14, float m15);
@@ -86,7 +91,7 @@ class Texture final : public LinkTarget, public TextureSource {
     int textureHeight() const override { return info[INFO_TEXTURE_SIZE].load() & 0xFFFF; }
 
     // How the device layer draws it. Realising an external texture uploads nothing.
-    GLuint realize() override;
+    GLuint realize(bool upload) override;
     bool uploadPending() const override;
     GLuint currentName() const override { return renderTextureHandle; }
     DrawItem::TextureKind drawKind() const override;
@@ -95,6 +100,8 @@ class Texture final : public LinkTarget, public TextureSource {
 
   private:
     void recordSize(int width, int height);
+
+    bool filterPending_ = false;
 };
 
 }  // namespace kesto

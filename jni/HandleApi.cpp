@@ -274,7 +274,12 @@ KESTO_NATIVE(void, DestroyWindow)(JNIEnv*, jclass, jint handle) {
 KESTO_NATIVE(jboolean, Window_1BindSurface)
 (JNIEnv* env, jclass, jint handle, jobject surface, jint width, jint height) {
     const auto engine = LockEngine();
-    if (handle == 0 || surface == nullptr || width < 1 || height < 1) {
+    if (handle == 0 || surface == nullptr) {
+        return JNI_FALSE;
+    }
+    if (width < 1 || height < 1) {
+        KLOGE("Window_BindSurface NG - size %dx%d: a window needs at least one pixel each way",
+              width, height);
         return JNI_FALSE;
     }
     Window* window;
@@ -372,7 +377,7 @@ KESTO_NATIVE(void, Window_1SetShowFrameInfoThreshold)
 
 KESTO_NATIVE(jstring, GetLastError)(JNIEnv* jniEnv, jclass) {
     // Modified UTF-8 takes ASCII as it is; a stray byte from a logged name must not break it.
-    char line[1024];
+    char line[2 * 1024 + 2];
     std::snprintf(line, sizeof line, "%s", LastError());
     if (line[0] == '\0') {
         return nullptr;

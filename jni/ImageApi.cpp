@@ -18,6 +18,7 @@
 #include "jni/Binding.h"
 #include "platform/Clock.h"
 #include "platform/Log.h"
+#include "platform/NativeWindow.h"
 
 KESTO_LOG_TAG("KestoJNI");
 
@@ -549,6 +550,20 @@ KESTO_NATIVE(jobject, Window_1NativeGetSnapshot)
             "%d, %d). surface(%d, %d)",
             x, y, width, height, window->width, window->height);
         return nullptr;
+    }
+    // A window bound with a size larger than its surface has no pixels past the surface's edge:
+    // GL would read whatever memory lies there.
+    if (window->nativeWindow != nullptr) {
+        const int32_t surfaceWidth = ANativeWindow_getWidth(window->nativeWindow);
+        const int32_t surfaceHeight = ANativeWindow_getHeight(window->nativeWindow);
+        if (surfaceWidth > 0 && surfaceHeight > 0 &&
+            (width > surfaceWidth - x || height > surfaceHeight - y)) {
+            KLOGE(
+                "Window_GetSnapshot NG - Rect(x, y, width, height) = (%d, %d, %d, %d) reaches "
+                "beyond the surface's own size (%d, %d)",
+                x, y, width, height, surfaceWidth, surfaceHeight);
+            return nullptr;
+        }
     }
     const Context* context = window->context;
     const bool rgb565 = context->redSize == 5 && context->greenSize == 6 && context->blueSize == 5;

@@ -3,6 +3,7 @@
 #include <dlfcn.h>
 
 #include <cstdio>
+#include <cstring>
 #include <mutex>
 
 // Default when the device image has no mask initialiser of its own: errors, info and debug on.
@@ -39,13 +40,19 @@ InitMask FindInitMask() {
 
 namespace {
 
-// As long as the longest line the log takes.
+// As long as the longest line the log takes. The first line of a call names the cause; the last,
+// from the outermost step, what failed.
+thread_local char t_firstError[1024];
 thread_local char t_lastError[1024];
+thread_local char t_bothErrors[2 * 1024 + 2];
 
 }  // namespace
 
 void LogErrorV(LogTag& tag, const char* format, va_list args) {
     std::vsnprintf(t_lastError, sizeof t_lastError, format, args);
+    if (t_firstError[0] == '\0') {
+        std::memcpy(t_firstError, t_lastError, sizeof t_firstError);
+    }
     if (LogEnabled(tag, LOG_LEVEL_ERROR)) {
         __android_log_print(ANDROID_LOG_ERROR, tag.name, "%s", t_lastError);
     }
@@ -59,10 +66,15 @@ void LogError(LogTag& tag, const char* format, ...) {
 }
 
 const char* LastError() {
-    return t_lastError;
+    if (std::strcmp(t_firstError, t_lastError) == 0) {
+        return t_lastError;
+    }
+    std::snprintf(t_bothErrors, sizeof t_bothErrors, "%s; %s", t_firstError, t_lastError);
+    return t_bothErrors;
 }
 
 void ClearLastError() {
+    t_firstError[0] = '\0';
     t_lastError[0] = '\0';
 }
 

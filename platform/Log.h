@@ -33,7 +33,8 @@ unsigned char LogReadMask(LogTag& tag);
 // binding can hand a failed call's reason to Java. Each entry point clears it first.
 __attribute__((format(printf, 2, 3))) void LogError(LogTag& tag, const char* format, ...);
 void LogErrorV(LogTag& tag, const char* format, va_list args);
-// The last error line since ClearLastError on this thread, or "".
+// The error lines since ClearLastError on this thread: the first (the cause) and, when another came
+// after it, the last ("cause; outer"), or "".
 const char* LastError();
 void ClearLastError();
 
@@ -62,6 +63,8 @@ inline bool LogEnabled(LogTag& tag, unsigned char level) {
     } while (0)
 
 #define KLOGE(...) ::kesto::LogError(s_logTag, __VA_ARGS__)
+// Warnings show whenever errors do, without becoming the thread's last error.
+#define KLOGW(...) KESTO_LOG_AT(::kesto::LOG_LEVEL_ERROR, ANDROID_LOG_WARN, __VA_ARGS__)
 #define KLOGI(...) KESTO_LOG_AT(::kesto::LOG_LEVEL_INFO, ANDROID_LOG_INFO, __VA_ARGS__)
 #define KLOGD(...) KESTO_LOG_AT(::kesto::LOG_LEVEL_DEBUG, ANDROID_LOG_DEBUG, __VA_ARGS__)
 #define KLOG_INFO_ENABLED() ::kesto::LogEnabled(s_logTag, ::kesto::LOG_LEVEL_INFO)

@@ -48,7 +48,7 @@ float Camera::pixelDistance(int height) const {
 }
 
 void Camera::placeAndSetupView(Renderer* renderer, int height) {
-    setPosition(Vector(0.0f, 0.0f, pixelDistance(height)));
+    placeFor(height);
     Matrix view;
     getViewMatrix(&view);
     renderer->setupViewMatrix(view);
@@ -94,9 +94,14 @@ void Camera::renderPartialScene(Renderer* renderer, int flags, int x, int y, int
 
 bool Camera::hitTest(int width, int height, float x, float y, Vector* hitPosition,
                      Vector* hitNormal, Vector* hitDirection, SceneNode** hitNode) {
-    if (scene == nullptr) {
+    Ray worldRay;
+    if (scene == nullptr || !viewRay(width, height, x, y, &worldRay)) {
         return false;
     }
+    return scene->hitTest(worldRay, hitPosition, hitNormal, hitDirection, hitNode);
+}
+
+bool Camera::viewRay(int width, int height, float x, float y, Ray* worldRay) {
     const float t = static_cast<float>(std::tan(fov * Matrix::PI_OVER_360));
     Ray cameraRay;
     if (!cameraRay.setup(Vector(0.0f, 0.0f, 0.0f),
@@ -104,9 +109,8 @@ bool Camera::hitTest(int width, int height, float x, float y, Vector* hitPositio
         KLOGE("ray setup NG");
         return false;
     }
-    Ray worldRay;
-    cameraRay.getTransformedRay(getWorldTransform(nullptr), &worldRay);
-    return scene->hitTest(worldRay, hitPosition, hitNormal, hitDirection, hitNode);
+    cameraRay.getTransformedRay(getWorldTransform(nullptr), worldRay);
+    return true;
 }
 
 bool Camera::querySceneNodeOriginPositionOnViewport(int width, int height, SceneNode& node,
@@ -120,7 +124,7 @@ bool Camera::querySceneNodeOriginPositionOnViewport(int width, int height, Scene
     }
     const Matrix& world = node.getWorldTransform(nullptr);
     const Vector origin(world.m[12], world.m[13], world.m[14]);
-    setPosition(Vector(0.0f, 0.0f, pixelDistance(height)));
+    placeFor(height);
     Matrix view;
     getViewMatrix(&view);
     Vector eye;

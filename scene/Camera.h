@@ -27,6 +27,8 @@ class Camera : public SceneNode, public LinkTarget {
     void getViewMatrix(Matrix* out);
     // The distance at which `height` world units fill the field of view.
     float pixelDistance(int height) const;
+    // Where every frame of a viewport this high puts the camera: one unit at z = 0 is one pixel.
+    void placeFor(int height) { setPosition(Vector(0.0f, 0.0f, pixelDistance(height))); }
 
     void renderScene(Renderer* renderer);
     // Renders the rectangle (x, y, w, h) of the viewport, y down from the top, enlarged to the
@@ -37,6 +39,8 @@ class Camera : public SceneNode, public LinkTarget {
     // placed it.
     bool hitTest(int width, int height, float x, float y, Vector* hitPosition, Vector* hitNormal,
                  Vector* hitDirection, SceneNode** hitNode = nullptr);
+    // The ray a hit test casts through (x, y), in world space.
+    bool viewRay(int width, int height, float x, float y, Ray* worldRay);
     using SceneNode::hitTest;
     // Pixels from the viewport centre, y up; out->z is left alone.
     bool querySceneNodeOriginPositionOnViewport(int width, int height, SceneNode& node,

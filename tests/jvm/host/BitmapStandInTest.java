@@ -56,4 +56,28 @@ public class BitmapStandInTest {
         assertThrows(IllegalStateException.class, () -> bitmap.copyPixelsFromBuffer(buffer));
         assertEquals(0, buffer.position());
     }
+
+    @Test
+    public void bulkPixelsUseOffsetAndStrideAndRefuseWhatLiesOutside() {
+        int[] colours = {0xFFFF0000, 0x80FFFFFF, 0xFF00FF00, 0x00000000, 0xFF0000FF, 0x10FF7F01};
+        Bitmap bitmap = Bitmap.createBitmap(colours, 3, 2, Config.ARGB_8888);
+        int[] expected = new int[6];
+        for (int i = 0; i < 6; ++i) {
+            bitmap.setPixel(i % 3, i / 3, colours[i]);  // the per-pixel path stores the same
+            expected[i] = bitmap.getPixel(i % 3, i / 3);
+        }
+        assertEquals(0x10FF8000, expected[5]);  // premultiplied in memory, as setPixel stores it
+        // The 2x2 lower right corner into an array at offset 1 with rows 5 apart.
+        int[] out = new int[12];
+        bitmap.getPixels(out, 1, 5, 1, 0, 2, 2);
+        assertArrayEquals(new int[] {0, expected[1], expected[2], 0, 0, 0, expected[4], expected[5], 0, 0, 0, 0}, out);
+        Bitmap copy = Bitmap.createBitmap(3, 2, Config.RGB_565);
+        copy.setPixels(new int[] {0xFFFF0000, 0xFF00FF00, 0xFF0000FF, 0xFFFFFFFF, 0xFF000000, 0xFF808080}, 0, 3, 0, 0, 3, 2);
+        assertEquals(0xFF0000FF, copy.getPixel(2, 0));
+        assertEquals(0xFF848284, copy.getPixel(2, 1));  // grey 0x80 through 5-6-5
+        assertThrows(IllegalArgumentException.class, () -> bitmap.getPixels(out, 0, 3, 2, 0, 2, 1));
+        assertThrows(IllegalArgumentException.class, () -> bitmap.getPixels(out, 0, 1, 0, 0, 2, 1));
+        assertThrows(ArrayIndexOutOfBoundsException.class, () -> bitmap.getPixels(out, 11, 3, 0, 0, 3, 1));
+        assertThrows(ArrayIndexOutOfBoundsException.class, () -> Bitmap.createBitmap(new int[5], 3, 2, Config.ARGB_8888));
+    }
 }

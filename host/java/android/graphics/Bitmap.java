@@ -78,6 +78,16 @@ public final class Bitmap {
         return new Bitmap(width, height, config, (int) byteCount);
     }
 
+    /**
+     * A bitmap of {@code colors}, unpremultiplied ARGB, row after row ({@code width} a row), in
+     * {@code config}.
+     */
+    public static Bitmap createBitmap(int[] colors, int width, int height, Config config) {
+        Bitmap bitmap = createBitmap(width, height, config);
+        bitmap.setPixels(colors, 0, width, 0, 0, width, height);
+        return bitmap;
+    }
+
     public int getWidth() {
         return mWidth;
     }
@@ -139,7 +149,58 @@ public final class Bitmap {
     public int getPixel(int x, int y) {
         ByteBuffer pixels = pixels("getPixel()");
         checkPixel(x, y);
-        int offset = y * mRowBytes + x * mConfig.bytesPerPixel;
+        return decode(pixels, y * mRowBytes + x * mConfig.bytesPerPixel);
+    }
+
+    /**
+     * Copies the rectangle (x, y, width, height) into {@code pixels} as unpremultiplied ARGB,
+     * row r at {@code offset + r * stride}.
+     */
+    public void getPixels(int[] pixels, int offset, int stride, int x, int y, int width, int height) {
+        ByteBuffer memory = pixels("getPixels()");
+        checkRectangle(pixels, offset, stride, x, y, width, height);
+        for (int row = 0; row < height; ++row) {
+            int from = (y + row) * mRowBytes + x * mConfig.bytesPerPixel;
+            int to = offset + row * stride;
+            for (int column = 0; column < width; ++column, from += mConfig.bytesPerPixel) {
+                pixels[to + column] = decode(memory, from);
+            }
+        }
+    }
+
+    /** Writes unpremultiplied ARGB {@code pixels}, laid out as for {@link #getPixels}, into the rectangle. */
+    public void setPixels(int[] pixels, int offset, int stride, int x, int y, int width, int height) {
+        ByteBuffer memory = pixels("setPixels()");
+        checkRectangle(pixels, offset, stride, x, y, width, height);
+        for (int row = 0; row < height; ++row) {
+            int to = (y + row) * mRowBytes + x * mConfig.bytesPerPixel;
+            int from = offset + row * stride;
+            for (int column = 0; column < width; ++column, to += mConfig.bytesPerPixel) {
+                store(memory, to, encode(pixels[from + column]));
+            }
+        }
+    }
+
+    // As the platform checks a bulk access: the rectangle within the bitmap, the stride at least a
+    // row, and every index within the array.
+    private void checkRectangle(int[] pixels, int offset, int stride, int x, int y, int width, int height) {
+        if (x < 0 || y < 0 || width < 0 || height < 0 || x + width > mWidth || y + height > mHeight) {
+            throw new IllegalArgumentException("the rectangle must lie within the bitmap");
+        }
+        if (Math.abs(stride) < width) {
+            throw new IllegalArgumentException("abs(stride) must be >= width");
+        }
+        if (width == 0 || height == 0) {
+            return;
+        }
+        long last = offset + (long) (height - 1) * stride;
+        if (offset < 0 || offset + width > pixels.length || last < 0 || last + width > pixels.length) {
+            throw new ArrayIndexOutOfBoundsException("the rectangle's rows fall outside the array");
+        }
+    }
+
+    // The pixel at `offset` of the memory as unpremultiplied ARGB.
+    private int decode(ByteBuffer pixels, int offset) {
         switch (mConfig) {
             case ARGB_8888: {
                 int a = pixels.get(offset + 3) & 0xFF;

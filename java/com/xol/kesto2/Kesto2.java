@@ -47,8 +47,9 @@ public final class Kesto2 {
      */
     public static native void Window_SetBatching(int window, boolean enabled);
     /**
-     * The last error line the engine logged on this thread during the most recent call, or null
-     * when that call logged none. Every other call clears it as it starts.
+     * The error lines the engine logged on this thread during the most recent call, or null when
+     * that call logged none: the first, which names the cause, and when another followed it, the
+     * last, from the outermost step ("cause; outer"). Every other call clears them as it starts.
      */
     public static native String GetLastError();
     /** Indices into the array {@link #Window_GetFrameStatistics} fills. */
@@ -168,6 +169,23 @@ public final class Kesto2 {
     public static final int PIXEL_FORMAT_RGBA5551 = 0x25551;
     public static final int PIXEL_FORMAT_RGB888 = 0x38880;
     public static final int PIXEL_FORMAT_RGBA8888 = 0x148888;
+
+    // Beyond the documented natives: what the object layer offers.
+    /** Adds a child after its siblings: drawn over them, hit before them. */
+    public static native boolean SceneNode_AddChildOnTop(int parent, int child);
+    /** Moves a node over all its siblings ({@code onTop}) or under them; false without a parent. */
+    public static native boolean SceneNode_Restack(int node, boolean onTop);
+    /** Fills 9 floats: position x, y, z, rotation about x, y, z (degrees), scale x, y, z. */
+    public static native boolean SceneNode_GetTransform(int node, float[] out);
+    /**
+     * Where the hit-test ray through window pixel (x, y) (from the top left, y down) meets the plane
+     * z = 0 of {@code node}, in its coordinates; node 0 gives the scene's coordinates. Fills 2 floats.
+     */
+    public static native boolean Window_PointOnPlane(int window, int node, int x, int y, float[] out);
+    /** The surface's own size as (width &lt;&lt; 16) | height, or 0 when it has none. */
+    public static native int Surface_GetSize(Surface surface);
+    /** Linear (the default) or nearest filtering, from the next draw of the texture on. */
+    public static native boolean Texture_SetFilter(int texture, boolean linear);
 
     // The shared output vector.
     public static native float getOutputVectorX();

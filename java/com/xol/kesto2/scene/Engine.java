@@ -1,5 +1,6 @@
 package com.xol.kesto2.scene;
 
+import android.graphics.Bitmap;
 import com.xol.kesto2.Kesto2;
 import java.util.Map;
 import java.util.concurrent.ConcurrentHashMap;
@@ -13,6 +14,7 @@ public final class Engine implements AutoCloseable {
     private final int environment;
     private final int context;
     private volatile boolean closed;
+    private int plainTexture;
     /** Nodes by handle, so that a hit test can answer with the object. */
     final Map<Integer, Node> nodes = new ConcurrentHashMap<>();
 
@@ -44,12 +46,49 @@ public final class Engine implements AutoCloseable {
     }
 
     /**
-     * Makes the context current on the calling thread, which from then on renders.
+     * Makes the context current on the calling thread, which from then on renders. A context is
+     * current on one thread at a time: the thread that had it calls {@link #release()} first.
      *
-     * @throws KestoException when the context cannot be made current
+     * @throws KestoException when the context cannot be made current (e.g. it is still current on
+     *     another thread)
      */
     public void makeCurrent() {
         KestoException.check(Kesto2.Context_RunOnCurrentThread(context()), "Context_RunOnCurrentThread");
+    }
+
+    /**
+     * Releases the context from the calling thread, so that another thread can make it current
+     * with {@link #makeCurrent()}. The engine's objects stay as they are.
+     *
+     * @throws KestoException when it cannot be released
+     */
+    public void release() {
+        KestoException.check(Kesto2.Context_RemoveFromCurrentThread(context()), "Context_RemoveFromCurrentThread");
+    }
+
+    /**
+     * The one-texel white texture that plain coloured sprite layers show, tinted with their colour,
+     * so that they blend with alpha exactly as textured layers do. Made on first use, from any
+     * thread; uploaded by the first frame that draws it.
+     */
+    synchronized int plainTexture() {
+        if (plainTexture == 0) {
+            int texture = KestoException.check(Kesto2.CreateTexture(environment()), "CreateTexture");
+            int pixel = Kesto2.CreateBitmap(environment);
+            Bitmap white = Bitmap.createBitmap(1, 1, Bitmap.Config.ARGB_8888);
+            white.eraseColor(0xFFFFFFFF);
+            boolean queued = pixel != 0 && Kesto2.Bitmap_Set(pixel, white)
+                    && Kesto2.Texture_SetupByBitmap(texture, pixel, true);
+            String line = Kesto2.GetLastError();
+            Kesto2.DestroyBitmap(pixel);
+            white.recycle();
+            if (!queued) {
+                Kesto2.DestroyTexture(texture);
+                throw new KestoException(line != null ? line : "the plain sprite texture failed");
+            }
+            plainTexture = texture;
+        }
+        return plainTexture;
     }
 
     /**
@@ -83,6 +122,10 @@ public final class Engine implements AutoCloseable {
         if (!closed) {
             closed = true;
             nodes.clear();
+            synchronized (this) {
+                Kesto2.DestroyTexture(plainTexture);
+                plainTexture = 0;
+            }
             Kesto2.DestroyContext(context);
             Kesto2.DeinitEnvironment(environment);
         }

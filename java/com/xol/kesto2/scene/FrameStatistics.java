@@ -21,6 +21,11 @@ public final class FrameStatistics {
         return values[Kesto2.STAT_BATCHES];
     }
 
+    /** @return texture binds: one per textured draw call */
+    public int textureBinds() {
+        return values[Kesto2.STAT_TEXTURE_BINDS];
+    }
+
     /** @return bytes of all live GL textures */
     public int textureBytes() {
         return values[Kesto2.STAT_TEXTURE_BYTES];
@@ -41,9 +46,19 @@ public final class FrameStatistics {
         return values[cause];
     }
 
+    private static final String[] BREAK_NAMES = {"texture", "program", "blend", "scissor", "target",
+            "blur", "custom", "full"};
+
     @Override
     public String toString() {
-        return String.format("%d meshes, %d draw calls (%d batches), %d vertices", meshes(), drawCalls(),
-                batches(), vertices());
+        StringBuilder text = new StringBuilder(String.format(
+                "%d meshes, %d draw calls (%d batches), %d texture binds, %d vertices, %d texture bytes; "
+                        + "runs ended by",
+                meshes(), drawCalls(), batches(), textureBinds(), vertices(), textureBytes()));
+        for (int i = 0; i < BREAK_NAMES.length; ++i) {
+            text.append(i == 0 ? " " : ", ").append(BREAK_NAMES[i]).append(' ')
+                    .append(values[Kesto2.STAT_BREAK_TEXTURE + i]);
+        }
+        return text.toString();
     }
 }

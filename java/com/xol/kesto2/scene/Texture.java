@@ -14,9 +14,38 @@ public final class Texture extends EngineObject {
         super(engine, KestoException.check(Kesto2.CreateTexture(engine.environment()), "CreateTexture"));
     }
 
+    /** How a texture is sampled between its pixels. */
+    public enum Filter {
+        /** The nearest pixel: sharp edges when magnified, no blending with neighbouring pixels. */
+        NEAREST,
+        /** A blend of the four nearest pixels (the default): smooth when scaled. */
+        LINEAR
+    }
+
     @Override
     void destroy(int handle) {
         Kesto2.DestroyTexture(handle);
+    }
+
+    /**
+     * Sampling for this texture, from its next draw on (any thread).
+     *
+     * @param filter nearest or linear
+     * @return this texture
+     */
+    public Texture setFilter(Filter filter) {
+        KestoException.check(Kesto2.Texture_SetFilter(handle(), filter == Filter.LINEAR), "Texture_SetFilter");
+        return this;
+    }
+
+    /** @return the texture's width in pixels as last uploaded, queued or allocated; 0 before */
+    public int width() {
+        return Kesto2.Texture_QueryInfo(handle(), 1) >>> 16;
+    }
+
+    /** @return the texture's height in pixels as last uploaded, queued or allocated; 0 before */
+    public int height() {
+        return Kesto2.Texture_QueryInfo(handle(), 1) & 0xFFFF;
     }
 
     /**

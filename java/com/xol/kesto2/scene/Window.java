@@ -4,10 +4,34 @@ import android.graphics.Bitmap;
 import android.view.Surface;
 import com.xol.kesto2.Kesto2;
 
-/** A window surface the engine draws a scene into. */
+/**
+ * A window surface the engine draws a scene into.
+ *
+ * <p>Three conventions meet here: window pixels for {@link #hitTest}, {@link #toScene} and
+ * {@link Node#toLocal} count from the top left corner, y down; scene coordinates (and
+ * {@link #positionOf}) from the window's centre, y up; snapshot bitmaps are ordinary bitmaps, top
+ * row first (the raw {@link Kesto2#Window_NativeGetSnapshot} rectangle counts from the bottom left).
+ */
 public final class Window extends EngineObject {
+    // Whether the back buffer holds a frame drawn since the last present, for snapshot().
+    private boolean drawn;
+
     /**
-     * A window of the engine's context bound to {@code surface}, which is made current.
+     * A window of the engine's context bound to {@code surface} at the surface's own size; the
+     * surface is made current.
+     *
+     * @param engine the engine
+     * @param surface the surface to draw into
+     * @throws KestoException when the surface has no size or cannot be bound
+     */
+    public Window(Engine engine, Surface surface) {
+        this(engine, surface, sizeOf(surface) >>> 16, sizeOf(surface) & 0xFFFF);
+    }
+
+    /**
+     * A window of the engine's context bound to {@code surface}, which is made current. Frames
+     * use the size given; when it differs from the surface's own the engine logs a warning, and
+     * snapshots refuse pixels beyond the surface.
      *
      * @param engine the engine
      * @param surface the surface to draw into
@@ -23,6 +47,10 @@ public final class Window extends EngineObject {
             close();
             throw new KestoException(line != null ? line : "Window_BindSurface failed");
         }
+    }
+
+    private static int sizeOf(Surface surface) {
+        return KestoException.check(Kesto2.Surface_GetSize(surface), "Surface_GetSize");
     }
 
     @Override
@@ -73,6 +101,7 @@ public final class Window extends EngineObject {
      * @throws KestoException when drawing or presenting failed
      */
     public void render() {
+        drawn = false;
         KestoException.check(Kesto2.Window_Render(handle()), "Window_Render");
     }
 
@@ -84,6 +113,7 @@ public final class Window extends EngineObject {
     public void renderWithoutPresent() {
         Kesto2.Window_RenderWithoutPresent(handle());
         KestoException.checkLogged();
+        drawn = true;
     }
 
     /**
@@ -92,23 +122,60 @@ public final class Window extends EngineObject {
      * @throws KestoException when presenting failed
      */
     public void present() {
+        drawn = false;
         KestoException.check(Kesto2.Window_Present(handle()), "Window_Present");
     }
 
     /**
-     * The window's pixels as drawn by the last {@link #renderWithoutPresent()}.
+     * The window's pixels as drawn by the last {@link #renderWithoutPresent()}. After
+     * {@link #render()} or {@link #present()} the frame is on the screen and the buffer behind it
+     * cleared: use {@link #capture()}.
      *
      * @return a new bitmap of the window's size
-     * @throws KestoException when the window cannot be read
+     * @throws KestoException when nothing was drawn since the last present, or the window cannot
+     *     be read
      */
     public Bitmap snapshot() {
+        if (!drawn) {
+            throw new KestoException("snapshot NG - nothing drawn since the last present: call "
+                    + "renderWithoutPresent() first, or capture()");
+        }
         Bitmap shot = Kesto2.Window_NativeGetSnapshot(handle(), 0, 0, 0, 0);
         KestoException.check(shot != null, "Window_NativeGetSnapshot");
         return shot;
     }
 
     /**
-     * The node whose content is under a window pixel.
+     * Draws a frame, reads it and shows it.
+     *
+     * @return the frame as a new bitmap of the window's size
+     * @throws KestoException when drawing, reading or presenting failed
+     */
+    public Bitmap capture() {
+        renderWithoutPresent();
+        Bitmap shot = snapshot();
+        present();
+        return shot;
+    }
+
+    /**
+     * Where a window pixel lies in the scene's plane z = 0: the position to give a node under the
+     * scene's root so that its origin shows at that pixel.
+     *
+     * @param x pixels from the left edge
+     * @param y pixels from the top edge
+     * @return x and y in scene coordinates (from the window's centre, y up)
+     * @throws KestoException when the window shows no scene or has no size
+     */
+    public float[] toScene(int x, int y) {
+        float[] out = new float[2];
+        KestoException.check(Kesto2.Window_PointOnPlane(handle(), 0, x, y, out), "Window_PointOnPlane");
+        return out;
+    }
+
+    /**
+     * The node whose own content (a sprite's visible, touchable layers) is under a window pixel,
+     * the topmost first: children before their parent, later siblings before earlier ones.
      *
      * @param x pixels from the left edge
      * @param y pixels from the top edge

@@ -18,9 +18,10 @@ public final class SnapshotAssert {
      * Passes when every channel (alpha, red, green, blue) of every pixel is within
      * {@code tolerance} of the golden image's. Otherwise writes {@code NAME.actual.png} and
      * {@code NAME.diff.png} (differing pixels red over a dimmed grey copy) next to the golden, or
-     * into the directory the system property {@code kesto.snapshot.out} names, and fails. A missing
-     * golden is written from {@code actual} when the system property {@code kesto.snapshot.update}
-     * is {@code true}, and fails otherwise.
+     * into the directory the system property {@code kesto.snapshot.out} names, and fails; a pass
+     * deletes such files left by an earlier failure. With the system property
+     * {@code kesto.snapshot.update} set to {@code true} the golden is (re)written from
+     * {@code actual} and the assertion passes; without it a missing golden fails.
      *
      * @param actual the picture, e.g. a window snapshot
      * @param golden the expected PNG
@@ -29,11 +30,18 @@ public final class SnapshotAssert {
      *     the files written
      */
     public static void assertMatches(Bitmap actual, File golden, int tolerance) {
+        String dir = System.getProperty("kesto.snapshot.out");
+        String name = golden.getName().replaceFirst("\\.png$", "");
+        File base = dir != null ? new File(dir) : golden.getAbsoluteFile().getParentFile();
+        File actualFile = new File(base, name + ".actual.png");
+        File diffFile = new File(base, name + ".diff.png");
+        if (Boolean.getBoolean("kesto.snapshot.update")) {
+            write(actual, golden);
+            actualFile.delete();
+            diffFile.delete();
+            return;
+        }
         if (!golden.isFile()) {
-            if (Boolean.getBoolean("kesto.snapshot.update")) {
-                write(actual, golden);
-                return;
-            }
             throw new AssertionError(golden + " does not exist; run with -Dkesto.snapshot.update=true to create it");
         }
         Bitmap expected = BitmapFactory.decodeFile(golden.getPath());
@@ -62,17 +70,15 @@ public final class SnapshotAssert {
             }
         }
         if (differing == 0) {
+            actualFile.delete();
+            diffFile.delete();
             return;
         }
-        String dir = System.getProperty("kesto.snapshot.out");
-        String name = golden.getName().replaceFirst("\\.png$", "");
-        File base = dir != null ? new File(dir) : golden.getAbsoluteFile().getParentFile();
-        File actualFile = new File(base, name + ".actual.png");
-        File diffFile = new File(base, name + ".diff.png");
         write(actual, actualFile);
         write(diff, diffFile);
         throw new AssertionError(String.format("%s: %d of %d pixels differ%s, largest channel difference %d "
-                        + "(tolerance %d); wrote %s and %s", golden, differing, width * height,
+                        + "(tolerance %d); wrote %s and %s. If the new picture is right, run with "
+                        + "-Dkesto.snapshot.update=true to make it the golden", golden, differing, width * height,
                 sameSize ? "" : " (sizes differ)", largest, tolerance, actualFile, diffFile));
     }
 

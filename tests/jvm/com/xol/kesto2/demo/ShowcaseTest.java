@@ -52,8 +52,8 @@ public class ShowcaseTest {
         assertEquals(0, single.batches());
         assertTrue(batched + " against " + single, batched.drawCalls() < single.drawCalls());
         // The scissor and the blur levels other than the highest end runs.
-        assertTrue(batched.breaks(Kesto2.STAT_BREAK_SCISSOR) > 0);
-        assertTrue(batched.breaks(Kesto2.STAT_BREAK_BLUR) > 0);
+        assertTrue(batched.toString(), batched.breaks(Kesto2.STAT_BREAK_SCISSOR) > 0);
+        assertTrue(batched.toString(), batched.breaks(Kesto2.STAT_BREAK_BLUR) > 0);
         assertTrue(batched.textureBytes() > Showcase.WIDTH * Showcase.HEIGHT * 4);
     }
 

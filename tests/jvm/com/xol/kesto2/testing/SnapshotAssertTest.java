@@ -76,6 +76,8 @@ public class SnapshotAssertTest {
             fail("three changed pixels went unnoticed");
         } catch (AssertionError expected) {
             assertTrue(expected.getMessage(), expected.getMessage().contains(": 3 of 19200 pixels differ"));
+            assertTrue(expected.getMessage(), expected.getMessage().endsWith(
+                    "If the new picture is right, run with -Dkesto.snapshot.update=true to make it the golden"));
         }
         Bitmap actual = BitmapFactory.decodeFile(new File(dir, "changed.actual.png").getPath());
         Bitmap diff = BitmapFactory.decodeFile(new File(dir, "changed.diff.png").getPath());
@@ -90,5 +92,16 @@ public class SnapshotAssertTest {
         for (int[] p : moved) {
             assertEquals(0xFFFF0000, diff.getPixel(p[0], p[1]));
         }
+
+        // Update mode rewrites the present golden; the next pass clears what the failure left.
+        System.setProperty("kesto.snapshot.update", "true");
+        try {
+            SnapshotAssert.assertMatches(shot, golden, 0);
+        } finally {
+            System.clearProperty("kesto.snapshot.update");
+        }
+        SnapshotAssert.assertMatches(shot, golden, 0);
+        assertFalse(new File(dir, "changed.actual.png").exists());
+        assertFalse(new File(dir, "changed.diff.png").exists());
     }
 }
