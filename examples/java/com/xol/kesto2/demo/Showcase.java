@@ -256,7 +256,9 @@ public final class Showcase {
         step("a blur at three levels");
         Texture detail = textureFromJava(picture(128, 128, Showcase::detail));
         float[] levels = {0f, 3f, 6f};
-        for (int i = 0; i < levels.length; ++i) {
+        // Right to left: the highest level draws with the default program and batches, and the
+        // next level's own program ends that run.
+        for (int i = levels.length - 1; i >= 0; --i) {
             BlurSprite blur = own(new BlurSprite(engine));
             names.put(blur, "blur " + levels[i]);
             blur.setSize(0, 110f, 110f);
