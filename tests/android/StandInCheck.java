@@ -1,20 +1,16 @@
 import java.io.File;
-import java.lang.reflect.Constructor;
-import java.lang.reflect.Field;
 import java.lang.reflect.Member;
-import java.lang.reflect.Method;
 import java.lang.reflect.Modifier;
 import java.net.URL;
 import java.net.URLClassLoader;
 import java.util.ArrayList;
 import java.util.Arrays;
-import java.util.Enumeration;
 import java.util.HashSet;
 import java.util.List;
 import java.util.Set;
-import java.util.jar.JarEntry;
 import java.util.jar.JarFile;
 import java.util.stream.Collectors;
+import java.util.stream.Stream;
 
 /**
  * Checks the desktop stand-ins against the Android API jar: every public constructor, method and
@@ -30,17 +26,13 @@ public final class StandInCheck {
         ClassLoader platform = ClassLoader.getPlatformClassLoader();
         ClassLoader standIns = new URLClassLoader(new URL[] {new File(args[0]).toURI().toURL()}, platform);
         ClassLoader api = new URLClassLoader(new URL[] {new File(args[1]).toURI().toURL()}, platform);
+        List<String> names;
+        try (JarFile jar = new JarFile(args[0])) {
+            names = jar.stream().map(e -> e.getName()).filter(n -> n.startsWith("android/") && n.endsWith(".class"))
+                    .map(n -> n.substring(0, n.length() - 6).replace('/', '.')).collect(Collectors.toList());
+        }
         List<String> problems = new ArrayList<>();
         int members = 0;
-        List<String> names = new ArrayList<>();
-        try (JarFile jar = new JarFile(args[0])) {
-            for (Enumeration<JarEntry> e = jar.entries(); e.hasMoreElements();) {
-                String entry = e.nextElement().getName();
-                if (entry.startsWith("android/") && entry.endsWith(".class")) {
-                    names.add(entry.substring(0, entry.length() - 6).replace('/', '.'));
-                }
-            }
-        }
         for (String name : names) {
             Class<?> standIn = Class.forName(name, false, standIns);
             if (!Modifier.isPublic(standIn.getModifiers())) {
@@ -61,8 +53,8 @@ public final class StandInCheck {
                 }
             }
         }
+        problems.forEach(problem -> System.out.println("FAIL " + problem));
         if (!problems.isEmpty()) {
-            problems.forEach(problem -> System.out.println("FAIL " + problem));
             System.exit(1);
         }
         System.out.println("stand-ins: " + members + " public members of " + names.size()
@@ -72,28 +64,15 @@ public final class StandInCheck {
     /** Public members as "[static ]type owner.name(params)"; with `inherited`, those of supertypes too. */
     private static Set<String> signatures(Class<?> type, boolean inherited) {
         Set<String> out = new HashSet<>();
-        for (Constructor<?> c : type.getDeclaredConstructors()) {
-            if (visible(c)) {
-                out.add(type.getName() + "(" + parameters(c.getParameterTypes()) + ")");
-            }
-        }
-        List<Method> methods = new ArrayList<>(Arrays.asList(type.getDeclaredMethods()));
-        List<Field> fields = new ArrayList<>(Arrays.asList(type.getDeclaredFields()));
-        if (inherited) {
-            methods.addAll(Arrays.asList(type.getMethods()));
-            fields.addAll(Arrays.asList(type.getFields()));
-        }
-        for (Method m : methods) {
-            if (visible(m) && !m.isBridge()) {
-                out.add(prefix(m) + m.getReturnType().getTypeName() + " " + type.getName() + "."
-                        + m.getName() + "(" + parameters(m.getParameterTypes()) + ")");
-            }
-        }
-        for (Field f : fields) {
-            if (visible(f)) {
-                out.add(prefix(f) + f.getType().getTypeName() + " " + type.getName() + "." + f.getName());
-            }
-        }
+        Stream.of(type.getDeclaredConstructors()).filter(StandInCheck::visible)
+                .forEach(c -> out.add(type.getName() + "(" + names(c.getParameterTypes()) + ")"));
+        Stream.concat(Stream.of(type.getDeclaredMethods()), inherited ? Stream.of(type.getMethods()) : Stream.empty())
+                .filter(m -> visible(m) && !m.isBridge())
+                .forEach(m -> out.add(prefix(m) + m.getReturnType().getTypeName() + " " + type.getName() + "."
+                        + m.getName() + "(" + names(m.getParameterTypes()) + ")"));
+        Stream.concat(Stream.of(type.getDeclaredFields()), inherited ? Stream.of(type.getFields()) : Stream.empty())
+                .filter(StandInCheck::visible)
+                .forEach(f -> out.add(prefix(f) + f.getType().getTypeName() + " " + type.getName() + "." + f.getName()));
         return out;
     }
 
@@ -105,7 +84,7 @@ public final class StandInCheck {
         return Modifier.isStatic(member.getModifiers()) ? "static " : "";
     }
 
-    private static String parameters(Class<?>[] types) {
+    private static String names(Class<?>[] types) {
         return Arrays.stream(types).map(Class::getTypeName).collect(Collectors.joining(","));
     }
 }

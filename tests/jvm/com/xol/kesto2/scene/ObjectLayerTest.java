@@ -1,6 +1,5 @@
 package com.xol.kesto2.scene;
 
-import static org.junit.Assert.assertArrayEquals;
 import static org.junit.Assert.assertEquals;
 import static org.junit.Assert.assertFalse;
 import static org.junit.Assert.assertNull;
@@ -233,47 +232,5 @@ public class ObjectLayerTest {
         }
         assertThrows(KestoException.class, "Window_BindSurface NG - size 0x200: a window needs at least one pixel "
                 + "each way", () -> new Window(engine, surface, 0, 200));
-    }
-
-    @Test
-    public void hitTestsAnswerWithTheNodeAndStatisticsCountTheFrame() {
-        try (Window window = new Window(engine, surface, 200, 200);
-                Scene scene = new Scene(engine);
-                Sprite left = new Sprite(engine, 1);
-                Sprite right = new Sprite(engine, 1)) {
-            window.show(scene).setClearColor(0xFF0000FF);
-            scene.root().add(left.setSize(0, 50, 50).setColor(0, 0xFF0000).setPosition(-50, 0, 0));
-            scene.root().add(right.setSize(0, 50, 50).setColor(0, 0x00FF00).setPosition(50, 0, 0));
-            window.renderWithoutPresent();
-            Bitmap shot = window.snapshot();
-            assertEquals(0xFFFF0000, shot.getPixel(50, 100));
-            assertEquals(0xFF00FF00, shot.getPixel(150, 100));
-            assertEquals(0xFF0000FF, shot.getPixel(100, 100));
-            assertSame(left, window.hitTest(50, 100));
-            assertSame(right, window.hitTest(150, 100));
-            assertNull(window.hitTest(100, 20));
-            left.setTouchable(false);
-            assertNull(window.hitTest(50, 100));
-            float[] at = {0, 0};
-            assertTrue(window.positionOf(right.setPosition(50, 30, 0), at));
-            assertEquals(50f, at[0], 1e-3f);
-            assertEquals(30f, at[1], 1e-3f);
-            try (Scene other = new Scene(engine)) {
-                window.show(other);
-            }  // closing the scene unlinks its camera: nothing to answer with
-            assertFalse(window.positionOf(right, at));
-            FrameStatistics stats = window.frameStatistics(new FrameStatistics());
-            assertEquals(2, stats.meshes());
-            assertEquals(1, stats.drawCalls());  // plain layers share the engine's white texel
-            assertEquals(1, stats.textureBinds());
-            // The end of the frame is not a break: no run ended for a cause.
-            assertEquals("2 meshes, 1 draw calls (1 batches), 1 texture binds, 8 vertices, " + stats.textureBytes()
-                    + " texture bytes; runs ended by texture 0, program 0, blend 0, scissor 0, target 0, blur 0, "
-                    + "custom 0, full 0", stats.toString());
-            right.setRotation(10, 20, 30).setScale(2, 3, 1).setVisible(false);
-            assertArrayEquals(new float[] {10, 20, 30}, right.getRotation(), 0f);
-            assertArrayEquals(new float[] {2, 3, 1}, right.getScale(), 0f);
-            assertFalse(right.isVisible());
-        }
     }
 }
