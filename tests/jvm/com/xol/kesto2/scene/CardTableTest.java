@@ -88,6 +88,8 @@ public class CardTableTest {
             assertEquals(cellColour(40), shot.getPixel(cardX(40) + 5, cardY(40)));
             assertSame(tapped, window.hitTest(cardX(40) + 5, cardY(40)));
             assertEquals(2, window.frameStatistics(stats).drawCalls());
+            cards[39].toBack();  // under the cloth and every card: its strip shows the card before it
+            assertEquals(cellColour(38), window.capture().getPixel(cardX(39) - 15, cardY(39)));
 
             // Dragged to (400, 700): its parent says where that pixel lies in its plane.
             float[] to = table.toLocal(window, 400, 700);
