@@ -1,6 +1,11 @@
 #include "jni/Binding.h"
 
+#include <algorithm>
+#include <chrono>
+#include <condition_variable>
 #include <string>
+#include <thread>
+#include <vector>
 
 #include "platform/Log.h"
 
@@ -46,11 +51,130 @@ void ReportBadHandle(const char* method, jint handle, HandleTable::Status status
     }
 }
 
-std::unique_lock<std::recursive_mutex> LockEngine() {
-    static std::recursive_mutex* engine =
-        new std::recursive_mutex();  // lives as long as the process
+namespace {
+
+using Clock = std::chrono::steady_clock;
+// How long an update may hold the engine before a waiting thread says so.
+constexpr auto kLongUpdate = std::chrono::seconds(2);
+
+// Tickets handed out in arrival order over one mutex; the owner re-enters.
+class FairLock {
+  public:
+    bool lock(int giveUpMillis) {
+        std::unique_lock<std::mutex> guard(mutex_);
+        const std::thread::id me = std::this_thread::get_id();
+        if (owner_ == me) {
+            ++depth_;
+            return true;
+        }
+        const uint64_t ticket = next_++;
+        const Clock::time_point start = Clock::now();
+        bool told = false;
+        while (serving_ != ticket || depth_ != 0) {
+            changed_.wait_for(guard, std::chrono::milliseconds(100));
+            const Clock::time_point now = Clock::now();
+            if (serving_ == ticket || updates_ == 0 || now - updateStart_ < kLongUpdate) {
+                continue;
+            }
+            if (!told) {
+                told = true;
+                KLOGE(
+                    "engine lock - an update begun %lld ms ago on another thread has not ended "
+                    "(Environment_EndUpdate missing?)",
+                    static_cast<long long>(
+                        std::chrono::duration_cast<std::chrono::milliseconds>(now - updateStart_)
+                            .count()));
+            }
+            if (giveUpMillis >= 0 && now - start >= std::chrono::milliseconds(giveUpMillis)) {
+                abandoned_.push_back(ticket);
+                return false;
+            }
+        }
+        owner_ = me;
+        depth_ = 1;
+        return true;
+    }
+
+    void unlock() {
+        std::lock_guard<std::mutex> guard(mutex_);
+        if (--depth_ > 0) {
+            return;
+        }
+        owner_ = std::thread::id();
+        // Waiters that gave up are passed over.
+        for (++serving_; !abandoned_.empty();) {
+            auto gone = std::find(abandoned_.begin(), abandoned_.end(), serving_);
+            if (gone == abandoned_.end()) {
+                break;
+            }
+            abandoned_.erase(gone);
+            ++serving_;
+        }
+        changed_.notify_all();
+    }
+
+    void beginUpdate() {
+        lock(-1);
+        std::lock_guard<std::mutex> guard(mutex_);
+        if (updates_++ == 0) {
+            updateStart_ = Clock::now();
+        }
+    }
+
+    bool endUpdate() {
+        {
+            std::lock_guard<std::mutex> guard(mutex_);
+            if (owner_ != std::this_thread::get_id() || updates_ == 0) {
+                return false;
+            }
+            --updates_;
+        }
+        unlock();
+        return true;
+    }
+
+  private:
+    std::mutex mutex_;
+    std::condition_variable changed_;
+    std::thread::id owner_;
+    int depth_ = 0;
+    uint64_t next_ = 0;
+    uint64_t serving_ = 0;
+    std::vector<uint64_t> abandoned_;
+    // Updates the owner has open, and when the outermost began.
+    int updates_ = 0;
+    Clock::time_point updateStart_;
+};
+
+FairLock& Engine() {
+    static FairLock* lock = new FairLock();  // lives as long as the process
+    return *lock;
+}
+
+}  // namespace
+
+EngineLock::~EngineLock() {
+    if (owned_) {
+        Engine().unlock();
+    }
+}
+
+EngineLock LockEngine(int giveUpMillis) {
     ClearLastError();
-    return std::unique_lock<std::recursive_mutex>(*engine);
+    return EngineLock(Engine().lock(giveUpMillis));
+}
+
+void BeginUpdate() {
+    ClearLastError();
+    Engine().beginUpdate();
+}
+
+bool EndUpdate(const char* method) {
+    if (Engine().endUpdate()) {
+        return true;
+    }
+    KLOGE("%s NG - no update begun on this thread", JavaMethodName(method).c_str());
+    return false;
 }
 
 void Hold::ReportBusy(const char* method, jint handle, HandleTable::Status status) {

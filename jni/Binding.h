@@ -17,9 +17,35 @@ namespace kesto::jni {
 
 // Every native that touches scenes, windows, GL or an environment runs under this one lock, so a
 // call from the UI thread while the render thread draws waits for the frame instead of tearing
-// the tree. Uncontended in a well-behaved app. Recursive: some natives call others. Taking it
-// also clears the thread's last error: it starts every locked entry point.
-std::unique_lock<std::recursive_mutex> LockEngine();
+// the tree. Threads get it in the order they asked: a thread that releases it and asks again at
+// once (a render loop) queues behind the waiting ones, which so wait at most for one call.
+// Recursive: some natives call others, and an update (BeginUpdate ... EndUpdate) holds it across
+// calls, so that a frame on another thread sees all of the update or none of it.
+class EngineLock {
+  public:
+    EngineLock(EngineLock&& other) noexcept : owned_(other.owned_) { other.owned_ = false; }
+    EngineLock(const EngineLock&) = delete;
+    EngineLock& operator=(const EngineLock&) = delete;
+    ~EngineLock();
+    // False when the wait gave up (see LockEngine).
+    bool owns() const { return owned_; }
+
+  private:
+    friend EngineLock LockEngine(int giveUpMillis);
+    explicit EngineLock(bool owned) : owned_(owned) {}
+    bool owned_;
+};
+
+// Takes the engine lock; it also clears the thread's last error, as it starts every locked entry
+// point. A wait behind an update left open for seconds logs why; with `giveUpMillis` >= 0 it then
+// gives up after that long (owns() false), so a render thread is never stuck behind a forgotten
+// EndUpdate.
+EngineLock LockEngine(int giveUpMillis = -1);
+// An update holds the lock from BeginUpdate to the matching EndUpdate on the same thread.
+void BeginUpdate();
+// Ends this thread's innermost update; false, with a line, when it has none open. The caller holds
+// the lock.
+bool EndUpdate(const char* method);
 
 // One error line naming the method and the refused value. `method` may be the exported name
 // (__func__); it is reported as the Java method's name.

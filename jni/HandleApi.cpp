@@ -339,10 +339,14 @@ KESTO_NATIVE(jint, Window_1GetDefaultViewport)(JNIEnv*, jclass, jint handle) {
     return Resolve(__func__, handle, &window) ? Handles().embedded(handle, 0) : 0;
 }
 
+// A frame gives up on an update that another thread left open for seconds: the render thread
+// skips frames with a line instead of hanging.
+constexpr int kFrameGiveUpMillis = 2000;
+
 KESTO_NATIVE(jboolean, Window_1Render)(JNIEnv*, jclass, jint handle) {
-    const auto engine = LockEngine();
+    const auto engine = LockEngine(kFrameGiveUpMillis);
     Window* window;
-    if (!Resolve(__func__, handle, &window)) {
+    if (!engine.owns() || !Resolve(__func__, handle, &window)) {
         return JNI_FALSE;
     }
     window->render();
@@ -350,17 +354,17 @@ KESTO_NATIVE(jboolean, Window_1Render)(JNIEnv*, jclass, jint handle) {
 }
 
 KESTO_NATIVE(void, Window_1RenderWithoutPresent)(JNIEnv*, jclass, jint handle) {
-    const auto engine = LockEngine();
+    const auto engine = LockEngine(kFrameGiveUpMillis);
     Window* window;
-    if (Resolve(__func__, handle, &window)) {
+    if (engine.owns() && Resolve(__func__, handle, &window)) {
         window->render();
     }
 }
 
 KESTO_NATIVE(jboolean, Window_1Present)(JNIEnv*, jclass, jint handle) {
-    const auto engine = LockEngine();
+    const auto engine = LockEngine(kFrameGiveUpMillis);
     Window* window;
-    if (!Resolve(__func__, handle, &window)) {
+    if (!engine.owns() || !Resolve(__func__, handle, &window)) {
         return JNI_FALSE;
     }
     return window->present();

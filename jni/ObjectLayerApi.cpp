@@ -6,6 +6,7 @@
 #include <GLES2/gl2.h>
 
 #include "draw/Window.h"
+#include "gl/Environment.h"
 #include "image/Texture.h"
 #include "jni/Binding.h"
 #include "platform/Log.h"
@@ -106,6 +107,27 @@ KESTO_NATIVE(jint, Surface_1GetSize)(JNIEnv* env, jclass, jobject surface) {
         return 0;
     }
     return (width << 16) | height;
+}
+
+KESTO_NATIVE(jboolean, Environment_1BeginUpdate)(JNIEnv*, jclass, jint handle) {
+    {
+        const auto engine = LockEngine();
+        Environment* environment;
+        if (!Resolve(__func__, handle, &environment)) {
+            return JNI_FALSE;
+        }
+    }
+    BeginUpdate();
+    return JNI_TRUE;
+}
+
+KESTO_NATIVE(jboolean, Environment_1EndUpdate)(JNIEnv*, jclass, jint handle) {
+    const auto engine = LockEngine();
+    Environment* environment;
+    // The update ends whatever became of the environment meanwhile: a stale handle here must not
+    // hold every other thread off for good.
+    const bool known = Resolve(__func__, handle, &environment);
+    return EndUpdate(__func__) && known;
 }
 
 KESTO_NATIVE(jboolean, Texture_1SetFilter)(JNIEnv*, jclass, jint handle, jboolean linear) {

@@ -184,6 +184,14 @@ public final class Kesto2 {
     public static native boolean Window_PointOnPlane(int window, int node, int x, int y, float[] out);
     /** The surface's own size as (width &lt;&lt; 16) | height, or 0 when it has none. */
     public static native int Surface_GetSize(Surface surface);
+    /**
+     * Begins an update: until the matching {@link #Environment_EndUpdate} on the same thread, no
+     * other thread's call runs, so a frame drawn elsewhere shows all of the update or none of it.
+     * Updates nest. A frame waiting behind an update left open for 2 s logs why and gives up.
+     */
+    public static native boolean Environment_BeginUpdate(int environment);
+    /** Ends the innermost update of this thread; false, with a line, when none is open. */
+    public static native boolean Environment_EndUpdate(int environment);
     /** Linear (the default) or nearest filtering, from the next draw of the texture on. */
     public static native boolean Texture_SetFilter(int texture, boolean linear);
 

@@ -57,6 +57,24 @@ public final class Engine implements AutoCloseable {
     }
 
     /**
+     * Runs {@code changes} as one update: a frame drawn on another thread (a {@link RenderLoop})
+     * shows all of them or none of them, and calls from other threads wait until it ends. Updates
+     * nest. An exception thrown by {@code changes} ends the update and goes on to the caller. Keep
+     * updates short: the render thread waits for them.
+     *
+     * @param changes what to change, on the calling thread
+     * @throws KestoException when the update cannot begin
+     */
+    public void update(Runnable changes) {
+        KestoException.check(Kesto2.Environment_BeginUpdate(environment()), "Environment_BeginUpdate");
+        try {
+            changes.run();
+        } finally {
+            Kesto2.Environment_EndUpdate(environment);
+        }
+    }
+
+    /**
      * Releases the context from the calling thread, so that another thread can make it current
      * with {@link #makeCurrent()}. The engine's objects stay as they are.
      *

@@ -119,6 +119,7 @@ public final class ApiFuzzer {
         if (type == Bitmap.class) return javaBitmap(r);
         if (type == byte[].class) return r.nextInt(5) == 0 ? null : new byte[r.nextInt(4) == 0 ? 4096 : r.nextInt(64)];
         if (type == int[].class) return r.nextInt(5) == 0 ? null : new int[r.nextInt(20)];
+        if (type == float[].class) return r.nextInt(5) == 0 ? null : new float[r.nextInt(12)];
         if (type == Surface.class) {
             if (r.nextInt(5) == 0 || surfaces.isEmpty()) {
                 Surface surface = new Surface(1 + r.nextInt(48), 1 + r.nextInt(48));
@@ -143,7 +144,15 @@ public final class ApiFuzzer {
         if (method.getName().equals("Native_copyBitmapBuffer")) {
             arguments[1] = 0;  // it writes wherever it is told: only the refusal is fair game
         }
-        call(method.getName(), arguments);
+        Object result = call(method.getName(), arguments);
+        // An update holds every other thread off until it ends: bracket it as callers do, with a
+        // few calls inside (a forgotten end stalls the other thread by design).
+        if (method.getName().equals("Environment_BeginUpdate") && (Boolean) result) {
+            for (int i = r.nextInt(4); i > 0; --i) {
+                randomCall(r);
+            }
+            call("Environment_EndUpdate", arguments[0]);
+        }
     }
 
     /** Most sequences start from a drawing window, so that calls reach deep states. */
