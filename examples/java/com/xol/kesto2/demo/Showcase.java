@@ -10,6 +10,7 @@ import com.xol.kesto2.scene.Image;
 import com.xol.kesto2.scene.NativeImage;
 import com.xol.kesto2.scene.Node;
 import com.xol.kesto2.scene.PixelFormat;
+import com.xol.kesto2.scene.RenderLoop;
 import com.xol.kesto2.scene.Scene;
 import com.xol.kesto2.scene.Scissor;
 import com.xol.kesto2.scene.Sprite;
@@ -52,6 +53,8 @@ public final class Showcase {
         public Bitmap perMeshSnapshot;
         public final FrameStatistics batchedStatistics = new FrameStatistics();
         public final FrameStatistics perMeshStatistics = new FrameStatistics();
+        /** The same scene drawn by a render loop on a thread of its own, into a surface of its own. */
+        public Bitmap loopSnapshot;
     }
 
     static final int STEADY_FRAMES = 30;
@@ -65,6 +68,7 @@ public final class Showcase {
     private final Deque<AutoCloseable> owned = new ArrayDeque<>();
     private Engine engine;
     private Window window;
+    private Scene scene;
     private Node root;
 
     private <T extends AutoCloseable> T own(T object) {
@@ -191,6 +195,7 @@ public final class Showcase {
                 Scene scene = new Scene(engine)) {
             this.engine = engine;
             this.window = window;
+            this.scene = scene;
             window.setClearColor(0xFF000000).show(scene);
             root = scene.root().setChildrenOrdered(true);  // draw by render order
             try {
@@ -301,6 +306,16 @@ public final class Showcase {
         window.setBatching(true).present();
         step(String.format("%d meshes: %d draw calls batched, %d mesh by mesh", result.batchedStatistics.meshes(),
                 result.batchedStatistics.drawCalls(), result.perMeshStatistics.drawCalls()));
+
+        step("the same scene through a render loop on its own thread");
+        Surface loopSurface = new Surface(WIDTH, HEIGHT);
+        try (RenderLoop loop = new RenderLoop(engine, scene)) {
+            loop.attach(loopSurface, WIDTH, HEIGHT);
+            result.loopSnapshot = loop.capture();
+        } finally {
+            engine.makeCurrent();  // back on this thread
+            loopSurface.release();
+        }
 
         step("steady frames and a hit test");
         double[] frames = new double[STEADY_FRAMES];

@@ -38,14 +38,16 @@ public class ShowcaseTest {
 
     @Test
     public void bothDrawPathsGiveTheSamePictureBatchingWithFewerDraws() {
-        Bitmap perMesh = result.perMeshSnapshot;
-        int differing = 0;
+        Bitmap perMesh = result.perMeshSnapshot, loop = result.loopSnapshot;
+        int differing = 0, differingInLoop = 0;
         for (int y = 0; y < Showcase.HEIGHT; ++y) {
             for (int x = 0; x < Showcase.WIDTH; ++x) {
                 differing += at(x, y) != perMesh.getPixel(x, y) ? 1 : 0;
+                differingInLoop += at(x, y) != loop.getPixel(x, y) ? 1 : 0;
             }
         }
         assertEquals("pixels differing between the paths", 0, differing);
+        assertEquals("pixels differing when a render loop draws it", 0, differingInLoop);
         FrameStatistics batched = result.batchedStatistics, single = result.perMeshStatistics;
         assertEquals(batched.meshes(), single.meshes());
         assertEquals(single.meshes(), single.drawCalls());
