@@ -28,7 +28,9 @@ grep -q 'android:minSdkVersion="21"' "$work/AndroidManifest.xml" || fail "manife
 
 classes=$(jar tf "$work/classes.jar")
 for class in com/xol/kesto2/Kesto2.class com/xol/kesto2/NativeBitmap.class \
-    com/xol/kesto2/scene/Engine.class com/xol/kesto2/testing/SnapshotAssert.class; do
+    com/xol/kesto2/scene/Engine.class com/xol/kesto2/scene/RenderLoop.class \
+    com/xol/kesto2/testing/SnapshotAssert.class com/xol/kesto2/android/KestoSurfaceView.class \
+    com/xol/kesto2/android/KestoTextureView.class; do
     grep -qx "$class" <<<"$classes" || fail "classes.jar lacks $class"
 done
 if grep -q '^android/' <<<"$classes"; then

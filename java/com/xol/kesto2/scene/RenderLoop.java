@@ -46,7 +46,14 @@ public final class RenderLoop implements AutoCloseable {
     private boolean closing;
     private boolean renderRequested;
     private long frameNanos;
-    private ErrorListener errors = error -> error.printStackTrace();
+    private ErrorListener errors = new ErrorListener() {
+        @Override
+        public void onError(Throwable error) {
+            error.printStackTrace();
+        }
+    };
+    private final CountDownLatch started = new CountDownLatch(1);
+    private RuntimeException startFailure;
     // The render thread's own.
     private Window window;
     private long nextFrame;
@@ -64,25 +71,18 @@ public final class RenderLoop implements AutoCloseable {
         this.engine = engine;
         this.scene = scene;
         engine.release();
-        thread = new Thread(this::run, "kesto render");
-        CountDownLatch started = new CountDownLatch(1);
-        RuntimeException[] failure = new RuntimeException[1];
-        post(() -> started.countDown());
-        synchronized (lock) {
-            posted.addFirst(() -> {
-                try {
-                    engine.makeCurrent();
-                } catch (RuntimeException e) {
-                    failure[0] = e;
-                    closing = true;
-                }
-            });
-        }
+        thread = new Thread(new Runnable() {
+            @Override
+            public void run() {
+                loop();
+            }
+        }, "kesto render");
         thread.start();
         await(started);
-        if (failure[0] != null) {
+        if (startFailure != null) {
             join();
-            throw failure[0];
+            engine.makeCurrent();
+            throw startFailure;
         }
     }
 
@@ -172,13 +172,16 @@ public final class RenderLoop implements AutoCloseable {
      *
      * @param argb 0xAARRGGBB
      */
-    public void setClearColor(int argb) {
-        post(() -> {
-            synchronized (lock) {
-                clearColor = argb;
-            }
-            if (window != null) {
-                window.setClearColor(argb);
+    public void setClearColor(final int argb) {
+        post(new Runnable() {
+            @Override
+            public void run() {
+                synchronized (lock) {
+                    clearColor = argb;
+                }
+                if (window != null) {
+                    window.setClearColor(argb);
+                }
             }
         });
     }
@@ -205,20 +208,23 @@ public final class RenderLoop implements AutoCloseable {
      * @throws KestoException when there is no surface, or drawing failed
      */
     public Bitmap capture() {
-        Bitmap[] shot = new Bitmap[1];
-        RuntimeException[] failure = new RuntimeException[1];
-        CountDownLatch done = new CountDownLatch(1);
-        post(() -> {
-            try {
-                if (window == null) {
-                    throw new KestoException("capture NG - no surface is attached");
+        final Bitmap[] shot = new Bitmap[1];
+        final RuntimeException[] failure = new RuntimeException[1];
+        final CountDownLatch done = new CountDownLatch(1);
+        post(new Runnable() {
+            @Override
+            public void run() {
+                try {
+                    if (window == null) {
+                        throw new KestoException("capture NG - no surface is attached");
+                    }
+                    shot[0] = window.capture();
+                    ++frames;
+                } catch (RuntimeException e) {
+                    failure[0] = e;
+                } finally {
+                    done.countDown();
                 }
-                shot[0] = window.capture();
-                ++frames;
-            } catch (RuntimeException e) {
-                failure[0] = e;
-            } finally {
-                done.countDown();
             }
         });
         await(done);
@@ -274,14 +280,26 @@ public final class RenderLoop implements AutoCloseable {
         }
     }
 
-    private void run() {
+    private void loop() {
         try {
+            engine.makeCurrent();
+        } catch (RuntimeException e) {
+            startFailure = e;
+            synchronized (lock) {
+                closing = true;
+            }
+            started.countDown();
+            return;
+        }
+        started.countDown();
+        try {
+            // Each turn: the work posted so far, a new surface if one was asked for, then a frame
+            // if one is due. Work posted meanwhile waits for the next turn, after that frame.
             while (true) {
-                Runnable work;
+                Runnable[] work;
                 Surface target = null;
                 int targetWidth = 0, targetHeight = 0;
                 long binding = 0;
-                boolean draw;
                 synchronized (lock) {
                     while (!closing && posted.isEmpty() && requestedBinding == appliedBinding && !frameDue()) {
                         waitOn(frameNanos > 0 && !paused && window != null ? waitMillis() : 0);
@@ -289,22 +307,23 @@ public final class RenderLoop implements AutoCloseable {
                     if (closing && posted.isEmpty()) {
                         break;
                     }
-                    work = posted.pollFirst();
-                    if (work == null && requestedBinding != appliedBinding) {
+                    work = posted.toArray(new Runnable[0]);
+                    posted.clear();
+                    if (requestedBinding != appliedBinding) {
                         binding = requestedBinding;
                         target = surface;
                         targetWidth = width;
                         targetHeight = height;
                     }
-                    draw = work == null && binding == 0 && frameDue();
-                    if (draw) {
-                        renderRequested = false;
-                        nextFrame = Math.max(nextFrame + frameNanos, System.nanoTime());
+                }
+                for (Runnable item : work) {
+                    try {
+                        item.run();
+                    } catch (Throwable error) {
+                        report(error);
                     }
                 }
-                if (work != null) {
-                    guarded(work);
-                } else if (binding != 0) {
+                if (binding != 0) {
                     RuntimeException failed = null;
                     try {
                         apply(target, targetWidth, targetHeight);
@@ -316,17 +335,32 @@ public final class RenderLoop implements AutoCloseable {
                         bindingFailure = failed;
                         lock.notifyAll();
                     }
-                } else if (draw) {
-                    guarded(() -> {
+                }
+                boolean draw;
+                synchronized (lock) {
+                    draw = frameDue();
+                    if (draw) {
+                        renderRequested = false;
+                        nextFrame = Math.max(nextFrame + frameNanos, System.nanoTime());
+                    }
+                }
+                if (draw) {
+                    try {
                         window.render();
                         ++frames;
-                    });
+                    } catch (Throwable error) {
+                        report(error);
+                    }
                 }
             }
         } finally {
-            guarded(() -> apply(null, 0, 0));
-            if (!engine.isClosed()) {
-                guarded(engine::release);
+            try {
+                apply(null, 0, 0);
+                if (!engine.isClosed()) {
+                    engine.release();
+                }
+            } catch (Throwable error) {
+                report(error);
             }
             synchronized (lock) {
                 closing = true;
@@ -364,16 +398,12 @@ public final class RenderLoop implements AutoCloseable {
         return Math.max(1, (nextFrame - System.nanoTime()) / 1_000_000);
     }
 
-    private void guarded(Runnable work) {
-        try {
-            work.run();
-        } catch (Throwable error) {
-            ErrorListener listener;
-            synchronized (lock) {
-                listener = errors;
-            }
-            listener.onError(error);
+    private void report(Throwable error) {
+        ErrorListener listener;
+        synchronized (lock) {
+            listener = errors;
         }
+        listener.onError(error);
     }
 
     private void waitOn() {
