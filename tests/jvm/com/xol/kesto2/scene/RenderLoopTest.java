@@ -67,6 +67,10 @@ public class RenderLoopTest {
             assertEquals(300, shot.getWidth());
             assertEquals(0xFFFF0000, shot.getPixel(150 + 40, 120));
             assertEquals(0xFF0000FF, shot.getPixel(150, 120));
+            loop.resize(240, 200);  // the view shrank: the camera centres on the new size
+            shot = loop.capture();
+            assertEquals(240, shot.getWidth());
+            assertEquals(0xFFFF0000, shot.getPixel(120 + 40, 100));
 
             loop.setContinuous(2_000_000);
             long running = loop.frames();
