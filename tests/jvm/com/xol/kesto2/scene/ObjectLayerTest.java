@@ -121,7 +121,7 @@ public class ObjectLayerTest {
             }
         });
         other.start();
-        join(other);
+        ThreadsTest.join(other);
         assertTrue(String.valueOf(elsewhere[0]), elsewhere[0] instanceof KestoException
                 && elsewhere[0].getMessage().startsWith("setupByRawBufferAndRealize NG - no GL context is current on this thread; "));
         Object[][] refused = {
@@ -139,14 +139,6 @@ public class ObjectLayerTest {
         assertNull("a successful call clears the last error", Kesto2.GetLastError());
         for (EngineObject object : new EngineObject[] {sprite, group, blur, texture, scissor}) {
             object.close();
-        }
-    }
-
-    private static void join(Thread thread) {
-        try {
-            thread.join();
-        } catch (InterruptedException e) {
-            throw new AssertionError(e);
         }
     }
 
@@ -181,31 +173,6 @@ public class ObjectLayerTest {
         for (int shift = 0; shift < 32; shift += 8) {
             assertTrue(what + ": " + Integer.toHexString(actual) + " against " + Integer.toHexString(expected),
                     Math.abs((expected >>> shift & 0xFF) - (actual >>> shift & 0xFF)) <= 1);
-        }
-    }
-
-    /** The context moves between threads with release() and makeCurrent(). */
-    @Test
-    public void anotherThreadRendersOnceTheContextIsHandedOver() {
-        Window window = new Window(engine, surface);
-        Scene scene = new Scene(engine);
-        Sprite sprite = new Sprite(engine, 1).setColor(0, 0x00FF00);
-        scene.root().add(sprite.setSize(0, 50, 50));
-        window.show(scene).setClearColor(0xFF0000FF);
-        engine.release();
-        Bitmap[] shot = new Bitmap[1];
-        Thread renderer = new Thread(() -> {
-            engine.makeCurrent();
-            shot[0] = window.capture();
-            engine.release();
-        });
-        renderer.start();
-        join(renderer);
-        engine.makeCurrent();
-        assertEquals(0xFF00FF00, shot[0].getPixel(100, 100));
-        assertEquals(0xFF0000FF, shot[0].getPixel(5, 5));
-        for (EngineObject object : new EngineObject[] {sprite, scene, window}) {
-            object.close();
         }
     }
 

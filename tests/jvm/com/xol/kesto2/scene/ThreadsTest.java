@@ -78,7 +78,7 @@ public class ThreadsTest {
         });
     }
 
-    private static void join(Thread thread) {
+    static void join(Thread thread) {
         try {
             thread.join();
         } catch (InterruptedException e) {
