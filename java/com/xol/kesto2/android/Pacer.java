@@ -12,6 +12,10 @@ import com.xol.kesto2.scene.Scene;
  */
 final class Pacer implements Choreographer.FrameCallback {
     private RenderLoop loop;
+    // The view's surface while it has one: a loop started later attaches to it.
+    private android.view.Surface surface;
+    private int width;
+    private int height;
     private boolean continuous;
     private boolean resumed = true;
     private boolean attached;
@@ -22,6 +26,9 @@ final class Pacer implements Choreographer.FrameCallback {
             throw new IllegalStateException("already started");
         }
         loop = new RenderLoop(engine, scene);
+        if (surface != null) {
+            surfaceReady(surface, width, height);
+        }
         return loop;
     }
 
@@ -33,6 +40,9 @@ final class Pacer implements Choreographer.FrameCallback {
     }
 
     void surfaceReady(android.view.Surface surface, int width, int height) {
+        this.surface = surface;
+        this.width = width;
+        this.height = height;
         if (loop == null) {
             return;
         }
@@ -47,6 +57,7 @@ final class Pacer implements Choreographer.FrameCallback {
 
     /** Returns once the engine no longer draws into the surface. */
     void surfaceGone() {
+        surface = null;
         attached = false;
         unschedule();
         if (loop != null) {

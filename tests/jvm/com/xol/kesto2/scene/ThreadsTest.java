@@ -1,14 +1,18 @@
 package com.xol.kesto2.scene;
 
 import static org.junit.Assert.assertEquals;
+import static org.junit.Assert.assertFalse;
 import static org.junit.Assert.assertSame;
 import static org.junit.Assert.assertTrue;
 
 import android.graphics.Bitmap;
 import android.view.Surface;
+import com.xol.kesto2.Kesto2;
+import com.xol.kesto2.test.NativeLog;
 import java.util.ArrayList;
 import java.util.Arrays;
 import java.util.List;
+import java.util.concurrent.CountDownLatch;
 import java.util.concurrent.atomic.AtomicBoolean;
 import org.junit.After;
 import org.junit.Before;
@@ -135,5 +139,33 @@ public class ThreadsTest {
                 sorted[sorted.length / 2] / 1e6, sorted[sorted.length * 99 / 100] / 1e6,
                 sorted[sorted.length - 1] / 1e6);
         assertTrue("the UI thread got in between the frames", sorted.length > 100);
+    }
+
+    /** An update its thread never ends cannot hang the render thread: the frame says why and gives up. */
+    @Test
+    public void aFrameGivesUpOnAnUpdateLeftOpenAndSaysWhy() throws InterruptedException {
+        engine.makeCurrent();  // before the update: every other call waits behind it
+        CountDownLatch begun = new CountDownLatch(1), finish = new CountDownLatch(1);
+        Thread forgetful = new Thread(() -> {
+            Kesto2.Environment_BeginUpdate(engine.environment());
+            begun.countDown();
+            try {
+                finish.await();
+            } catch (InterruptedException e) {
+                Thread.currentThread().interrupt();
+            }
+            Kesto2.Environment_EndUpdate(engine.environment());
+        });
+        forgetful.start();
+        begun.await();
+        try (NativeLog log = new NativeLog()) {
+            assertFalse(Kesto2.Window_Render(window.handle()));
+            assertTrue(log.lines().toString(), log.messages("KestoJNI").get(0).matches(
+                    "engine lock - an update begun \\d+ ms ago on another thread has not ended \\(Environment_EndUpdate missing\\?\\)"));
+        }
+        finish.countDown();
+        join(forgetful);
+        assertTrue(Kesto2.Window_Render(window.handle()));
+        assertFalse("no update is open here", Kesto2.Environment_EndUpdate(engine.environment()));
     }
 }
