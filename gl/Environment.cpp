@@ -1,11 +1,11 @@
 #include "gl/Environment.h"
 
 #include <map>
-#include <mutex>
 
 #include "core/Accounting.h"
 #include "gl/Context.h"
 #include "platform/Log.h"
+#include "platform/Mutex.h"
 #include "shader/Shader.h"
 #include "shader/ShaderProgram.h"
 
@@ -26,9 +26,12 @@ namespace {
 // for all of them: the display is terminated when its last environment lets go. Returns the
 // number of environments using it after `change`.
 int ChangeDisplayUsers(EGLDisplay display, int change) {
-    static std::mutex lock;
-    static std::map<EGLDisplay, int>* users = new std::map<EGLDisplay, int>();
-    std::lock_guard<std::mutex> guard(lock);
+    static Mutex lock;
+    static std::map<EGLDisplay, int>* users = nullptr;  // lives as long as the process
+    MutexGuard guard(lock);
+    if (users == nullptr) {
+        users = new std::map<EGLDisplay, int>();
+    }
     const int count = (*users)[display] += change;
     if (count <= 0) {
         users->erase(display);

@@ -1,13 +1,10 @@
 #include "jni/Binding.h"
 
-#include <algorithm>
-#include <chrono>
-#include <condition_variable>
-#include <string>
-#include <thread>
-#include <vector>
+#include <cstring>
 
+#include "platform/Clock.h"
 #include "platform/Log.h"
+#include "platform/Mutex.h"
 
 KESTO_LOG_TAG("KestoJNI");
 
@@ -28,52 +25,62 @@ const char* ExpectedKind(bool (*accepts)(Kind)) {
 }  // namespace
 
 // "Java_com_xol_kesto2_Kesto2_Window_1Render" names the Java method "Window_Render".
-std::string JavaMethodName(const char* exported) {
+struct MethodName {
+    char text[128];
+};
+
+MethodName JavaMethodName(const char* exported) {
     static const char kPrefix[] = "Java_com_xol_kesto2_Kesto2_";
-    std::string name(exported);
-    if (name.compare(0, sizeof kPrefix - 1, kPrefix) == 0) {
-        name.erase(0, sizeof kPrefix - 1);
+    if (std::strncmp(exported, kPrefix, sizeof kPrefix - 1) == 0) {
+        exported += sizeof kPrefix - 1;
     }
-    for (size_t at = name.find("_1"); at != std::string::npos; at = name.find("_1", at + 1)) {
-        name.erase(at + 1, 1);
+    MethodName name;
+    size_t length = 0;
+    for (const char* c = exported; *c != '\0' && length + 1 < sizeof name.text; ++c) {
+        name.text[length++] = *c;
+        if (c[0] == '_' && c[1] == '1') {
+            ++c;  // "_1" is how JNI writes an underscore
+        }
     }
+    name.text[length] = '\0';
     return name;
 }
 
 void ReportBadHandle(const char* method, jint handle, HandleTable::Status status, Kind found,
                      bool (*accepts)(Kind)) {
-    const std::string name = JavaMethodName(method);
+    const MethodName name = JavaMethodName(method);
     if (status == HandleTable::Status::WRONG_KIND) {
-        KLOGE("%s NG - handle %d is a %s, not a %s", name.c_str(), handle, KindName(found),
+        KLOGE("%s NG - handle %d is a %s, not a %s", name.text, handle, KindName(found),
               ExpectedKind(accepts));
     } else {
-        KLOGE("%s NG - unknown handle %d", name.c_str(), handle);
+        KLOGE("%s NG - unknown handle %d", name.text, handle);
     }
 }
 
 namespace {
 
-using Clock = std::chrono::steady_clock;
 // How long an update may hold the engine before a waiting thread says so.
-constexpr auto kLongUpdate = std::chrono::seconds(2);
+constexpr int64_t kLongUpdateMillis = 2000;
 
 // Tickets handed out in arrival order over one mutex; the owner re-enters.
 class FairLock {
   public:
+    constexpr FairLock() = default;
+
     bool lock(int giveUpMillis) {
-        std::unique_lock<std::mutex> guard(mutex_);
-        const std::thread::id me = std::this_thread::get_id();
-        if (owner_ == me) {
+        MutexGuard guard(mutex_);
+        const pthread_t me = pthread_self();
+        if (depth_ > 0 && pthread_equal(owner_, me)) {
             ++depth_;
             return true;
         }
         const uint64_t ticket = next_++;
-        const Clock::time_point start = Clock::now();
+        const int64_t start = uptimeMillis();
         bool told = false;
         while (serving_ != ticket || depth_ != 0) {
-            changed_.wait_for(guard, std::chrono::milliseconds(100));
-            const Clock::time_point now = Clock::now();
-            if (serving_ == ticket || updates_ == 0 || now - updateStart_ < kLongUpdate) {
+            changed_.waitFor(mutex_, 100);
+            const int64_t now = uptimeMillis();
+            if (serving_ == ticket || updates_ == 0 || now - updateStart_ < kLongUpdateMillis) {
                 continue;
             }
             if (!told) {
@@ -81,12 +88,12 @@ class FairLock {
                 KLOGE(
                     "engine lock - an update begun %lld ms ago on another thread has not ended "
                     "(Environment_EndUpdate missing?)",
-                    static_cast<long long>(
-                        std::chrono::duration_cast<std::chrono::milliseconds>(now - updateStart_)
-                            .count()));
+                    static_cast<long long>(now - updateStart_));
             }
-            if (giveUpMillis >= 0 && now - start >= std::chrono::milliseconds(giveUpMillis)) {
-                abandoned_.push_back(ticket);
+            // A waiter leaves the queue only where its ticket can be remembered.
+            if (giveUpMillis >= 0 && now - start >= giveUpMillis &&
+                abandonedCount_ < kAbandonedSlots) {
+                abandoned_[abandonedCount_++] = ticket;
                 return false;
             }
         }
@@ -96,35 +103,30 @@ class FairLock {
     }
 
     void unlock() {
-        std::lock_guard<std::mutex> guard(mutex_);
+        MutexGuard guard(mutex_);
         if (--depth_ > 0) {
             return;
         }
-        owner_ = std::thread::id();
         // Waiters that gave up are passed over.
-        for (++serving_; !abandoned_.empty();) {
-            auto gone = std::find(abandoned_.begin(), abandoned_.end(), serving_);
-            if (gone == abandoned_.end()) {
-                break;
-            }
-            abandoned_.erase(gone);
+        ++serving_;
+        while (forget(serving_)) {
             ++serving_;
         }
-        changed_.notify_all();
+        changed_.notifyAll();
     }
 
     void beginUpdate() {
         lock(-1);
-        std::lock_guard<std::mutex> guard(mutex_);
+        MutexGuard guard(mutex_);
         if (updates_++ == 0) {
-            updateStart_ = Clock::now();
+            updateStart_ = uptimeMillis();
         }
     }
 
     bool endUpdate() {
         {
-            std::lock_guard<std::mutex> guard(mutex_);
-            if (owner_ != std::this_thread::get_id() || updates_ == 0) {
+            MutexGuard guard(mutex_);
+            if (depth_ == 0 || !pthread_equal(owner_, pthread_self()) || updates_ == 0) {
                 return false;
             }
             --updates_;
@@ -134,21 +136,37 @@ class FairLock {
     }
 
   private:
-    std::mutex mutex_;
-    std::condition_variable changed_;
-    std::thread::id owner_;
+    // Frames give up one at a time, each after seconds: a few slots are plenty.
+    static constexpr int kAbandonedSlots = 16;
+
+    // Whether `ticket` was given up; it is forgotten then, its turn being over.
+    bool forget(uint64_t ticket) {
+        for (int i = 0; i < abandonedCount_; ++i) {
+            if (abandoned_[i] == ticket) {
+                abandoned_[i] = abandoned_[--abandonedCount_];
+                return true;
+            }
+        }
+        return false;
+    }
+
+    Mutex mutex_;
+    Condition changed_;
+    pthread_t owner_ = 0;
     int depth_ = 0;
     uint64_t next_ = 0;
     uint64_t serving_ = 0;
-    std::vector<uint64_t> abandoned_;
+    uint64_t abandoned_[kAbandonedSlots] = {};
+    int abandonedCount_ = 0;
     // Updates the owner has open, and when the outermost began.
     int updates_ = 0;
-    Clock::time_point updateStart_;
+    int64_t updateStart_ = 0;
 };
 
+FairLock g_engineLock;  // initialised statically, never destroyed
+
 FairLock& Engine() {
-    static FairLock* lock = new FairLock();  // lives as long as the process
-    return *lock;
+    return g_engineLock;
 }
 
 }  // namespace
@@ -173,21 +191,20 @@ bool EndUpdate(const char* method) {
     if (Engine().endUpdate()) {
         return true;
     }
-    KLOGE("%s NG - no update begun on this thread", JavaMethodName(method).c_str());
+    KLOGE("%s NG - no update begun on this thread", JavaMethodName(method).text);
     return false;
 }
 
 void Hold::ReportBusy(const char* method, jint handle, HandleTable::Status status) {
     if (status == HandleTable::Status::BUSY) {
-        KLOGE("%s NG - handle %d is in use on another thread", JavaMethodName(method).c_str(),
-              handle);
+        KLOGE("%s NG - handle %d is in use on another thread", JavaMethodName(method).text, handle);
     } else {
         ReportBadHandle(method, handle, HandleTable::Status::UNKNOWN, Kind::NONE, nullptr);
     }
 }
 
 void ReportEmbedded(const char* method, jint handle) {
-    KLOGE("%s NG - handle %d belongs to its owner and goes with it", JavaMethodName(method).c_str(),
+    KLOGE("%s NG - handle %d belongs to its owner and goes with it", JavaMethodName(method).text,
           handle);
 }
 

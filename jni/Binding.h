@@ -8,7 +8,6 @@
 
 #include <jni.h>
 
-#include <mutex>
 
 #include "core/Accounting.h"
 #include "jni/HandleTable.h"

@@ -36,8 +36,19 @@ const char* KindName(Kind kind) {
 }
 
 HandleTable& Handles() {
-    static HandleTable* table = new HandleTable();  // lives as long as the process
-    return *table;
+    // Made on first use and kept for the process; lookups take no lock once it exists.
+    static std::atomic<HandleTable*> table{nullptr};
+    static Mutex making;
+    HandleTable* made = table.load(std::memory_order_acquire);
+    if (made == nullptr) {
+        MutexGuard guard(making);
+        made = table.load(std::memory_order_relaxed);
+        if (made == nullptr) {
+            made = new HandleTable();
+            table.store(made, std::memory_order_release);
+        }
+    }
+    return *made;
 }
 
 HandleTable::Slot* HandleTable::slotAt(uint32_t index) const {
@@ -52,7 +63,7 @@ HandleTable::~HandleTable() {
 }
 
 jint HandleTable::add(void* object, Kind kind, bool embedded, jint owner) {
-    std::lock_guard<std::mutex> guard(lock_);
+    MutexGuard guard(lock_);
     uint32_t index;
     // A full table still takes slots from quarantine.
     if (freeSlots_.size() > kQuarantine || (!freeSlots_.empty() && nextFresh_ > kIndexMask - 1)) {
@@ -110,7 +121,7 @@ const HandleTable::Slot* HandleTable::slotOf(jint handle, uint32_t* tag) const {
 void HandleTable::remove(jint handle) {
     jint embeddedHandles[2] = {0, 0};
     {
-        std::lock_guard<std::mutex> guard(lock_);
+        MutexGuard guard(lock_);
         uint32_t tag;
         Slot* slot = const_cast<Slot*>(slotOf(handle, &tag));
         if (slot == nullptr) {
@@ -184,7 +195,7 @@ std::vector<std::pair<jint, Kind>> HandleTable::ownedBy(jint owner) {
     if (owner == 0) {
         return owned;
     }
-    std::lock_guard<std::mutex> guard(lock_);
+    MutexGuard guard(lock_);
     for (uint32_t index = 0; index < nextFresh_; ++index) {
         const Slot* slot = slotAt(index);
         const uint32_t tag = slot->tag.load(std::memory_order_acquire);

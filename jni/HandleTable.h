@@ -16,9 +16,10 @@
 #include <cstdint>
 #include <deque>
 #include <initializer_list>
-#include <mutex>
 #include <utility>
 #include <vector>
+
+#include "platform/Mutex.h"
 
 namespace kesto {
 
@@ -140,7 +141,7 @@ class HandleTable {
 
     // Registration state. Freed slots are reused oldest first, and only once kQuarantine others
     // wait behind them.
-    std::mutex lock_;
+    Mutex lock_;
     std::deque<uint32_t> freeSlots_;
     uint32_t nextFresh_ = 0;
 

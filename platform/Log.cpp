@@ -4,7 +4,8 @@
 
 #include <cstdio>
 #include <cstring>
-#include <mutex>
+
+#include "platform/Mutex.h"
 
 // Default when the device image has no mask initialiser of its own: errors, info and debug on.
 extern "C" __attribute__((weak)) void __xollog_init_mask(const char* /*tag*/, int /*level*/,
@@ -80,11 +81,14 @@ void ClearLastError() {
 
 unsigned char LogReadMask(LogTag& tag) {
     // Producer threads log too; the lock keeps the initialiser to one call per tag.
-    static std::mutex lock;
-    std::lock_guard<std::mutex> guard(lock);
+    static Mutex lock;
+    MutexGuard guard(lock);
     unsigned char mask = tag.mask.load(std::memory_order_relaxed);
     if (mask & LOG_MASK_UNREAD) {
-        static const InitMask initMask = FindInitMask();
+        static InitMask initMask = nullptr;  // found once, under the lock
+        if (initMask == nullptr) {
+            initMask = FindInitMask();
+        }
         initMask(tag.name, -1, &mask);
         mask &= static_cast<unsigned char>(~LOG_MASK_UNREAD);
         tag.mask.store(mask, std::memory_order_release);
