@@ -155,15 +155,14 @@ bool Material::describe(float groupAlpha, DrawItem* item) const {
     }
     item->program = shaderProgram;
     Texture* slot = texture;
-    if (slot != nullptr) {
+    if (slot != nullptr && slot->isOESTexture) {
+        // Nothing to upload: the stream fills it.
         item->texture = slot->renderTextureHandle;
-        item->textureKind = slot->drawKind();
-        if (slot->isOESTexture) {
-            item->textureTransform =
-                slot->textureTransform != nullptr ? slot->textureTransform->m : nullptr;
-        } else {
-            item->textureSource = slot;
-        }
+        item->textureKind = DrawItem::TextureKind::External;
+        item->textureTransform =
+            slot->textureTransform != nullptr ? slot->textureTransform->m : nullptr;
+    } else if (slot != nullptr) {
+        item->textureSource = slot;  // the draw realises it and takes its name and kind
     }
     item->red = red;
     item->green = green;
