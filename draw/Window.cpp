@@ -42,6 +42,14 @@ T* KeptBy(Renderer::Kept* kept, const char* failure, Arguments... arguments) {
     return static_cast<T*>(kept->object);
 }
 
+// Renders into a texture target the window's surface, which may be none: only a loss met on the
+// way stops them.
+bool TargetKeepsObjects(Context* context, EGLSurface surface, int width, int height) {
+    const uint32_t losses = context->lossCount;
+    context->renderer->targetSurface(surface, width, height);
+    return context->lossCount == losses;
+}
+
 }  // namespace
 
 Window::Window(Environment* env, Context* ctx) : environment(env) {
@@ -55,6 +63,7 @@ Window::Window(Environment* env, Context* ctx) : environment(env) {
     if (environment != nullptr) {
         CountUp(environment->windowCount);
     }
+    lossesSeen_ = ctx != nullptr ? ctx->lossCount : 0;
 }
 
 Window::~Window() {
@@ -164,8 +173,19 @@ void Window::render() {
     Renderer* renderer = context->renderer;
     renderer->clearStatus();
     renderer->stats = FrameStats();
+    // A frame that meets a lost context draws nothing and presents nothing: drawn again, it has
+    // its objects back.
+    frameGivenUp_ = true;
+    // A loss that another call met and recovered from took the objects this frame would draw.
+    const bool lostSince = context->lossCount != lossesSeen_;
+    if (!renderer->targetSurface(eglSurface, width, height) || lostSince) {
+        KLOGE(lostSince ? "render NG - the GL context was lost since the last frame"
+                        : "render NG - the frame was given up");
+        lossesSeen_ = context->lossCount;
+        resetLastClearColor();
+        return;
+    }
     renderer->sink = batching_ ? &batcher_ : nullptr;
-    renderer->targetSurface(eglSurface, width, height);
     // present() already cleared this back buffer to the same colour less than 100 ms ago.
     if (frameStartTime > lastClearTime + 100u || !SameColour(clearColor, lastClearColor)) {
         renderer->clearBuffers(clearColor[0], clearColor[1], clearColor[2], clearColor[3]);
@@ -176,6 +196,7 @@ void Window::render() {
     renderer->sink = nullptr;
     frameStats_ = renderer->stats;
     flushEndTime = Now();
+    frameGivenUp_ = false;
 }
 
 bool Window::present() {
@@ -187,9 +208,16 @@ bool Window::present() {
         KLOGE("present NG - native window lost");
         return false;
     }
+    if (frameGivenUp_) {
+        KLOGE("present NG - the frame was given up, there is nothing to show");
+        return false;
+    }
     Renderer* renderer = context->renderer;
     if (!renderer->present(eglSurface)) {
-        KLOGE("present - eglSwapBuffers NG %08X", eglGetError());
+        KLOGE("present - eglSwapBuffers NG");
+        // Nothing cleared the back buffer for the next frame, which has seen the loss, if any.
+        lossesSeen_ = context->lossCount;
+        resetLastClearColor();
         return false;
     }
     renderer->clearBuffers(clearColor[0], clearColor[1], clearColor[2], clearColor[3]);
@@ -206,7 +234,10 @@ bool Window::renderToTexture(Texture* texture, int flags, int x, int y, int regi
     }
     Renderer* renderer = context->renderer;
     renderer->clearStatus();
-    renderer->targetSurface(eglSurface, width, height);
+    if (!TargetKeepsObjects(context, eglSurface, width, height)) {
+        KLOGE("renderToTexture NG - the GL context was lost");
+        return false;
+    }
     if (!renderer->toggleRenderToTexture(texture)) {
         KLOGE("renderToTexture NG: toggleRenderToTexture failed");
         return false;
@@ -238,7 +269,10 @@ bool Window::renderOESTextureToTexture(Texture* source, Texture* target, float l
         return false;
     }
     renderer->clearStatus();
-    renderer->targetSurface(eglSurface, width, height);
+    if (!TargetKeepsObjects(context, eglSurface, width, height)) {
+        KLOGE("renderOESTextureToTexture NG - the GL context was lost");
+        return false;
+    }
     if (!renderer->toggleRenderToTexture(target)) {
         KLOGE("renderOESTextureToTexture NG: renderTextureToTexture failed");
         return false;

@@ -85,6 +85,10 @@ class Window {
     void resetLastClearColor();
 
     bool batching_ = true;
+    // The last render met a lost context: its back buffer holds nothing to show.
+    bool frameGivenUp_ = false;
+    // The context's loss count as this window's frames last saw it.
+    uint32_t lossesSeen_ = 0;
     Batcher batcher_;
     FrameStats frameStats_;
 };

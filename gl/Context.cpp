@@ -1,16 +1,71 @@
 #include "gl/Context.h"
 
+#include <EGL/eglext.h>
+
+#include <cstring>
+
 #include "core/Accounting.h"
 #include "gl/Environment.h"
 #include "gl/Renderer.h"
 #include "gl/VertexBuffer.h"
 #include "platform/Log.h"
+#include "platform/Mutex.h"
 #include "shader/DefaultShader.h"
 #include "shader/ShaderManager.h"
 
 KESTO_LOG_TAG("KestoContext");
 
 namespace kesto {
+
+namespace {
+
+// Every live context, so that a GL object can tell which one it is made in.
+Mutex g_liveLock;
+Context* g_live = nullptr;
+
+bool HasExtension(const char* list, const char* name) {
+    const size_t length = std::strlen(name);
+    for (const char* at = list; at != nullptr && (at = std::strstr(at, name)) != nullptr;
+         at += length) {
+        if ((at == list || at[-1] == ' ') && (at[length] == ' ' || at[length] == '\0')) {
+            return true;
+        }
+    }
+    return false;
+}
+
+}  // namespace
+
+Context::Context() {
+    MutexGuard guard(g_liveLock);
+    nextLive_ = g_live;
+    g_live = this;
+}
+
+Context::~Context() {
+    deinit();
+    MutexGuard guard(g_liveLock);
+    for (Context** at = &g_live; *at != nullptr; at = &(*at)->nextLive_) {
+        if (*at == this) {
+            *at = nextLive_;
+            break;
+        }
+    }
+}
+
+Context* Context::Current() {
+    const EGLContext current = eglGetCurrentContext();
+    if (current == EGL_NO_CONTEXT) {
+        return nullptr;
+    }
+    MutexGuard guard(g_liveLock);
+    for (Context* context = g_live; context != nullptr; context = context->nextLive_) {
+        if (context->eglContext == current) {
+            return context;
+        }
+    }
+    return nullptr;
+}
 
 bool Context::init(Environment* env, int red, int green, int blue, int alpha) {
     KLOGI("init +");
@@ -80,17 +135,10 @@ bool Context::init(Environment* env, int red, int green, int blue, int alpha) {
     }
     DeleteArray(configs);
 
-    KLOGI("GLES2");
-    const EGLint contextAttributes[] = {EGL_CONTEXT_CLIENT_VERSION, 2, EGL_NONE};
-    eglContext = eglCreateContext(display, eglConfig, EGL_NO_CONTEXT, contextAttributes);
-    if (eglContext == EGL_NO_CONTEXT) {
-        KLOGE("eglCreateContext NG %08X", eglGetError());
+    if (!createEglContext()) {
         deinit();
         return false;
     }
-    KLOGI("Context created.");
-    CountUp(Environment::eglContextCount);
-    CountUp(Environment::eglContextRealCount);
 
     const EGLint pbufferAttributes[] = {EGL_WIDTH, 2, EGL_HEIGHT, 2, EGL_NONE, EGL_NONE};
     pbufferSurface = eglCreatePbufferSurface(display, eglConfig, pbufferAttributes);
@@ -126,14 +174,171 @@ bool Context::init(Environment* env, int red, int green, int blue, int alpha) {
     return true;
 }
 
+bool Context::createEglContext() {
+    KLOGI("GLES2");
+    const EGLDisplay display = environment->eglDisplay;
+    // Asked to report a GPU reset as a lost context where the driver can; plain otherwise.
+    if (HasExtension(eglQueryString(display, EGL_EXTENSIONS),
+                     "EGL_EXT_create_context_robustness")) {
+        const EGLint robustAttributes[] = {EGL_CONTEXT_CLIENT_VERSION, 2,
+                                           EGL_CONTEXT_OPENGL_RESET_NOTIFICATION_STRATEGY_EXT,
+                                           EGL_LOSE_CONTEXT_ON_RESET_EXT, EGL_NONE};
+        eglContext = eglCreateContext(display, eglConfig, EGL_NO_CONTEXT, robustAttributes);
+    }
+    robust_ = eglContext != EGL_NO_CONTEXT;
+    if (!robust_) {
+        const EGLint contextAttributes[] = {EGL_CONTEXT_CLIENT_VERSION, 2, EGL_NONE};
+        eglContext = eglCreateContext(display, eglConfig, EGL_NO_CONTEXT, contextAttributes);
+    }
+    resetQueryLooked_ = false;
+    resetStatus_ = nullptr;
+    if (eglContext == EGL_NO_CONTEXT) {
+        KLOGE("eglCreateContext NG %08X", eglGetError());
+        return false;
+    }
+    KLOGI("Context created.");
+    CountUp(Environment::eglContextCount);
+    CountUp(Environment::eglContextRealCount);
+    if (renderer != nullptr) {
+        renderer->eglContext = eglContext;
+    }
+    return true;
+}
+
+void Context::destroyEglContext() {
+    if (eglContext == EGL_NO_CONTEXT) {
+        return;
+    }
+    KLOGI("Context destroyed.");
+    CountDown(Environment::eglContextCount);
+    if (environment != nullptr && eglDestroyContext(environment->eglDisplay, eglContext)) {
+        CountDown(Environment::eglContextRealCount);
+    } else {
+        KLOGE("eglDestroyContext NG %X", eglGetError());
+    }
+    eglContext = EGL_NO_CONTEXT;
+    if (renderer != nullptr) {
+        renderer->eglContext = EGL_NO_CONTEXT;
+    }
+}
+
+void Context::forgetGLObjects() {
+    // Not current any more, so every holder forgets instead of deleting.
+    glObjects.unlinkAll();
+    if (shaderManager != nullptr) {
+        shaderManager->forgetGLObjects();
+    }
+    if (renderer != nullptr) {
+        renderer->forgetGLObjects();
+    }
+}
+
+void Context::recoverFromLoss(const char* reportedBy, EGLSurface surface) {
+    const EGLDisplay display = environment->eglDisplay;
+    if (!lost_) {
+        KLOGE("GL context lost (%s): its textures, programs and buffers are gone", reportedBy);
+        lost_ = true;
+        lossPending_ = false;
+        ++lossCount;
+        eglMakeCurrent(display, EGL_NO_SURFACE, EGL_NO_SURFACE, EGL_NO_CONTEXT);
+        destroyEglContext();
+        forgetGLObjects();
+    }
+    if (!createEglContext()) {
+        KLOGE("GL context lost - no new context yet, trying again at the next call");
+        return;
+    }
+    lost_ = false;
+    currentSurface = surface != EGL_NO_SURFACE ? surface : pbufferSurface;
+    if (!eglMakeCurrent(display, currentSurface, currentSurface, eglContext)) {
+        KLOGE("eglMakeCurrent NG %08X - after recreating the lost context", eglGetError());
+        return;
+    }
+    KLOGI("GL context recreated after a loss (%u so far)", lossCount);
+}
+
+bool Context::makeCurrent(EGLSurface surface) {
+    if (lossPending_ || lost_) {
+        recoverFromLoss("eglMakeCurrent", surface);
+        return false;
+    }
+    if (eglContext == EGL_NO_CONTEXT) {
+        KLOGE("makeCurrent NG - null context");
+        return false;
+    }
+    if (eglMakeCurrent(environment->eglDisplay, surface, surface, eglContext)) {
+        return true;
+    }
+    const EGLint error = eglGetError();
+    if (error == EGL_CONTEXT_LOST) {
+        recoverFromLoss("eglMakeCurrent", surface);
+    } else {
+        KLOGE("eglMakeCurrent NG %08X", error);
+    }
+    return false;
+}
+
+bool Context::swapBuffers(EGLSurface surface) {
+    if (lossPending_ || lost_) {
+        recoverFromLoss("eglSwapBuffers", surface);
+        return false;
+    }
+    if (!eglSwapBuffers(environment->eglDisplay, surface)) {
+        const EGLint error = eglGetError();
+        if (error == EGL_CONTEXT_LOST) {
+            recoverFromLoss("eglSwapBuffers", surface);
+        } else {
+            KLOGE("eglSwapBuffers NG %08X", error);
+        }
+        return false;
+    }
+    if (robust_ && !resetQueryLooked_) {
+        resetQueryLooked_ = true;
+        const char* extensions = reinterpret_cast<const char*>(glGetString(GL_EXTENSIONS));
+        if (HasExtension(extensions, "GL_EXT_robustness")) {
+            resetStatus_ = reinterpret_cast<PFNGLGETGRAPHICSRESETSTATUSEXTPROC>(
+                eglGetProcAddress("glGetGraphicsResetStatusEXT"));
+        }
+    }
+    if (resetStatus_ != nullptr && resetStatus_() != GL_NO_ERROR) {
+        recoverFromLoss("glGetGraphicsResetStatusEXT", surface);
+        return false;
+    }
+    return true;
+}
+
+bool Context::simulateLoss() {
+    if (renderer == nullptr || eglContext == EGL_NO_CONTEXT) {
+        KLOGE("simulateLoss NG - no context to lose");
+        return false;
+    }
+    KLOGI("simulateLoss: the EGL context and its GL objects are destroyed under the engine");
+    if (isCurrent()) {
+        eglMakeCurrent(environment->eglDisplay, EGL_NO_SURFACE, EGL_NO_SURFACE, EGL_NO_CONTEXT);
+    }
+    // Current on another thread, it goes when that thread's next EGL call replaces it.
+    destroyEglContext();
+    lossPending_ = true;
+    return true;
+}
+
 void Context::deinit() {
     KLOGI("deinit +");
     if (renderer != nullptr) {
-        runOnCurrentThread();
+        // A lost context is replaced first, so that windows unbind as they always do.
+        if (lost()) {
+            recoverFromLoss("teardown", EGL_NO_SURFACE);
+        } else {
+            runOnCurrentThread();
+        }
     }
-    // Windows unbind their surfaces and buffers delete their GL copies while this context is
-    // current and its display alive.
+    // Windows unbind their surfaces and GL objects delete themselves while this context is
+    // current and its display alive; when it cannot be made current they forget.
     unlinkAll();
+    if (!isCurrent()) {
+        forgetGLObjects();
+    }
+    glObjects.unlinkAll();
     if (renderer != nullptr) {
         deinitShaderManager();
         DeleteObject(renderer);
@@ -155,16 +360,8 @@ void Context::deinit() {
         }
         pbufferSurface = EGL_NO_SURFACE;
     }
-    if (eglContext != EGL_NO_CONTEXT) {
-        KLOGI("Context destroyed.");
-        CountDown(Environment::eglContextCount);
-        if (environment != nullptr && eglDestroyContext(display, eglContext)) {
-            CountDown(Environment::eglContextRealCount);
-        } else {
-            KLOGE("eglDestroyContext NG %X", eglGetError());
-        }
-        eglContext = EGL_NO_CONTEXT;
-    }
+    destroyEglContext();
+    lost_ = lossPending_ = false;
     currentSurface = EGL_NO_SURFACE;
     eglConfig = nullptr;
     redSize = greenSize = blueSize = alphaSize = 0;
@@ -178,16 +375,13 @@ void Context::deinit() {
 }
 
 bool Context::runOnCurrentThread() {
-    if (eglContext == EGL_NO_CONTEXT) {
+    if (eglContext == EGL_NO_CONTEXT && !lost()) {
         KLOGE("runOnCurrentThread NG - null context");
         return false;
     }
     KLOGI("Context eglMakeCurrent - runOnCurrentThread()");
-    if (!eglMakeCurrent(environment->eglDisplay, currentSurface, currentSurface, eglContext)) {
-        KLOGE("eglMakeCurrent NG %08X", eglGetError());
-        return false;
-    }
-    return true;
+    // A recovered context is current, only without the objects it had.
+    return makeCurrent(currentSurface) || (!lost() && isCurrent());
 }
 
 void Context::removeFromCurrentThread() {
@@ -204,7 +398,7 @@ void Context::removeFromCurrentThread() {
 bool Context::targetSurface(void* surface) {
     KLOGI("Context targetSurface %08X",
           static_cast<unsigned>(reinterpret_cast<uintptr_t>(surface)));
-    if (eglContext == EGL_NO_CONTEXT) {
+    if (eglContext == EGL_NO_CONTEXT && !lost()) {
         KLOGE("targetSurface NG - null context");
         return false;
     }
@@ -226,7 +420,7 @@ bool Context::registerVertexBuffer(VertexBuffer* vertexBuffer) {
         KLOGE("registerVertexBuffer NG - vertexBuffer already registered");
         return false;
     }
-    vertexBuffer->_glResourceContext = this;
+    vertexBuffer->_glResourceContext = &glObjects;
     if (++vertexBufferCount > vertexBufferPeakCount) {
         vertexBufferPeakCount = vertexBufferCount;
     }
@@ -243,7 +437,7 @@ void Context::unregisterVertexBuffer(VertexBuffer* vertexBuffer) {
         KLOGE("unregisterVertexBuffer NG - null vertexBuffer");
         return;
     }
-    if (vertexBuffer->_glResourceContext != this) {
+    if (vertexBuffer->glContext() != this) {
         KLOGE("unregisterVertexBuffer NG - context not match");
         return;
     }

@@ -9,6 +9,7 @@
 #include "gl/Renderer.h"
 #include "platform/Log.h"
 #include "shader/DefaultShader.h"
+#include "shader/ShaderManager.h"
 #include "shader/ShaderProgram.h"
 
 KESTO_LOG_TAG("KestoRender");
@@ -52,8 +53,9 @@ ShaderProgram* Renderer::builtInProgram(int which) {
         DefaultShader::DEFAULT_SP,     DefaultShader::NO_TEXTURE_SP,
         DefaultShader::OES_TEXTURE_SP, DefaultShader::BLUR_SP,
         DefaultShader::BATCH_SP,       DefaultShader::BATCH_NO_TEXTURE_SP};
-    // A failed build is not remembered: the next draw asks again, as a lookup would.
-    if (builtInPrograms_[which] == nullptr) {
+    // A failed build is not remembered: the next draw asks again, as a lookup would. So is a
+    // program a context loss took: the lookup builds it again into the same object.
+    if (builtInPrograms_[which] == nullptr || builtInPrograms_[which]->glProgram == 0) {
         builtInPrograms_[which] = context->getShaderProgram(kNames[which]);
     }
     return builtInPrograms_[which];
@@ -74,7 +76,10 @@ void Renderer::renderMesh(DrawItem& item) {
     glBindBuffer(GL_ARRAY_BUFFER, vertices.glBuffer);
 
     ShaderProgram* program = item.program;
-    if (program == nullptr) {
+    if (program != nullptr && program->glProgram == 0 && context->shaderManager != nullptr) {
+        program = context->shaderManager->revive(program);
+    }
+    if (item.program == nullptr) {
         program = builtInProgram(external           ? PROGRAM_OES_TEXTURE
                                  : textureName != 0 ? PROGRAM_DEFAULT
                                                     : PROGRAM_NO_TEXTURE);

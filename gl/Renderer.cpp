@@ -4,6 +4,7 @@
 #include <initializer_list>
 
 #include "core/Accounting.h"
+#include "gl/Context.h"
 #include "platform/Log.h"
 
 KESTO_LOG_TAG("KestoRender");
@@ -42,6 +43,16 @@ void Renderer::deinit() {
     textureMaterial.reset();
 }
 
+void Renderer::forgetGLObjects() {
+    for (GLuint* name :
+         {&framebuffer, &renderbuffer, &postProcessPositionBuffer, &postProcessTexCoordBuffer,
+          &postProcessIndexBuffer, &streamVertexBuffer, &streamIndexBuffer}) {
+        *name = 0;
+    }
+    framebufferWidth = framebufferHeight = 0;
+    batchProjectionLocations_[0] = batchProjectionLocations_[1] = -1;
+}
+
 void Renderer::clearStatus() {
     flushSink(FrameStats::BREAK_TARGET);
     glClearStencil(0);
@@ -63,14 +74,15 @@ void Renderer::clearStatus() {
     currentGroupAlpha = 1.0f;
 }
 
-void Renderer::targetSurface(EGLSurface surface, int width, int height) {
+bool Renderer::targetSurface(EGLSurface surface, int width, int height) {
     flushSink(FrameStats::BREAK_TARGET);
-    if (!eglMakeCurrent(eglDisplay, surface, surface, eglContext)) {
+    if (!context->makeCurrent(surface)) {
         KLOGE("eglMakeCurrent NG");
-        return;
+        return false;
     }
     targetWidth = width;
     targetHeight = height;
+    return true;
 }
 
 void Renderer::clearBuffers(float r, float g, float b, float a) {
@@ -120,9 +132,9 @@ void Renderer::endScissor() {
     glDisable(GL_SCISSOR_TEST);
 }
 
-EGLBoolean Renderer::present(EGLSurface surface) {
+bool Renderer::present(EGLSurface surface) {
     flushSink(FrameStats::BREAK_TARGET);
-    return eglSwapBuffers(eglDisplay, surface);
+    return context->swapBuffers(surface);
 }
 
 }  // namespace kesto

@@ -86,11 +86,14 @@ class Renderer {
     bool init();
     // Releases the off-screen resources that exist; the context must be current.
     void deinit();
+    // After a loss: the names of the renderer's own GL objects mean nothing any more.
+    void forgetGLObjects();
 
     // Resets GL and renderer state at the start of every render pass.
     void clearStatus();
-    // Makes the surface current directly, bypassing Context::targetSurface.
-    void targetSurface(EGLSurface surface, int width, int height);
+    // Makes the surface current directly, bypassing Context::targetSurface. False when it
+    // cannot, or when the context was lost (it is then replaced, without its GL objects).
+    bool targetSurface(EGLSurface surface, int width, int height);
     void clearBuffers(float r, float g, float b, float a);
     void setViewport(int x, int y, int width, int height);
     void setupProjectionMatrix(const Matrix& m);
@@ -134,7 +137,8 @@ class Renderer {
 
     // Inert: fills a table of axis lines that nothing draws.
     void renderCoordinates(float length);
-    EGLBoolean present(EGLSurface surface);
+    // False when the swap failed or met a loss.
+    bool present(EGLSurface surface);
     // Ends a render pass: draws what the sink holds.
     void flush() { flushSink(FrameStats::BREAK_NONE); }
 

@@ -88,9 +88,9 @@ bool VertexBuffer::bindGLBuffer(Context* context) {
 
 void VertexBuffer::unbindGLBuffer() {
     if (glBuffer != 0) {
-        // Another context may use the same name for a buffer of its own; the copy's own context
-        // frees it with itself.
-        if (_glResourceContext == nullptr || _glResourceContext->isCurrent()) {
+        // Another context, or the one that replaced a lost one, may use the same name for a
+        // buffer of its own; the copy's own context frees it with itself.
+        if (_glResourceContext == nullptr || glContext()->isCurrent()) {
             glDeleteBuffers(1, &glBuffer);
         }
         glBuffer = 0;
@@ -98,7 +98,7 @@ void VertexBuffer::unbindGLBuffer() {
         if (_glResourceContext == nullptr) {
             KLOGE("unbindGLBuffer NG - null context");
         } else {
-            _glResourceContext->unregisterVertexBuffer(this);
+            glContext()->unregisterVertexBuffer(this);
         }
     }
     if (_glResourceContext != nullptr) {

@@ -33,11 +33,15 @@ class VertexBuffer {
     GLuint glBuffer = 0;
 
   private:
-    // The GL copy lives in this context; its names mean nothing in another one.
+    // The GL copy lives in this context; its names mean nothing in another one, nor after a loss.
     void contextGoing() { unbindGLBuffer(); }
 
   public:
-    WatchedLink<Context, VertexBuffer, &VertexBuffer::contextGoing> _glResourceContext{this};
+    WatchedLink<ContextObjects, VertexBuffer, &VertexBuffer::contextGoing> _glResourceContext{this};
+    // The context holding the GL copy, or null.
+    Context* glContext() const {
+        return _glResourceContext != nullptr ? _glResourceContext->context : nullptr;
+    }
 
     explicit VertexBuffer(Environment* env) : environment(env) {}
     ~VertexBuffer() { freeBuffer(); }

@@ -48,9 +48,29 @@ void SetFilterAndClamp(GLenum target, GLint filter) {
     glTexParameteri(target, GL_TEXTURE_WRAP_T, GL_CLAMP_TO_EDGE);
 }
 
-void CountTexture(int32_t bytes) {
-    Texture::GLTexturesCount.fetch_add(1, std::memory_order_relaxed);
-    Texture::GLTexturesBytes.fetch_add(bytes, std::memory_order_relaxed);
+// GL leaves a new texture's contents undefined, and on phones they show whatever the memory held.
+// A format the framebuffer cannot take (RGB888 without its extension) stays as GL made it.
+void ClearToTransparent(GLuint texture) {
+    GLint previousFramebuffer = 0;
+    GLfloat previousClear[4] = {};
+    glGetIntegerv(GL_FRAMEBUFFER_BINDING, &previousFramebuffer);
+    glGetFloatv(GL_COLOR_CLEAR_VALUE, previousClear);
+    const GLboolean scissor = glIsEnabled(GL_SCISSOR_TEST);
+    GLuint framebuffer = 0;
+    glGenFramebuffers(1, &framebuffer);
+    glBindFramebuffer(GL_FRAMEBUFFER, framebuffer);
+    glFramebufferTexture2D(GL_FRAMEBUFFER, GL_COLOR_ATTACHMENT0, GL_TEXTURE_2D, texture, 0);
+    if (glCheckFramebufferStatus(GL_FRAMEBUFFER) == GL_FRAMEBUFFER_COMPLETE) {
+        glDisable(GL_SCISSOR_TEST);
+        glClearColor(0.0f, 0.0f, 0.0f, 0.0f);
+        glClear(GL_COLOR_BUFFER_BIT);
+    }
+    glBindFramebuffer(GL_FRAMEBUFFER, static_cast<GLuint>(previousFramebuffer));
+    glDeleteFramebuffers(1, &framebuffer);
+    glClearColor(previousClear[0], previousClear[1], previousClear[2], previousClear[3]);
+    if (scissor) {
+        glEnable(GL_SCISSOR_TEST);
+    }
 }
 
 bool FitsPackedSize(int width, int height) {
@@ -116,6 +136,7 @@ Texture::Texture(Environment* env) : environment(env) {
 Texture::~Texture() {
     unlinkAll();
     deinit();
+    glContext_ = nullptr;
     if (environment != nullptr) {
         CountDown(environment->textureCount);
     }
@@ -139,6 +160,22 @@ void Texture::deinit() {
     inputNativeBitmapValid = false;
     DeleteObject(textureTransform);
     textureTransform = nullptr;
+}
+
+void Texture::adoptName(int32_t bytes) {
+    GLTexturesCount.fetch_add(1, std::memory_order_relaxed);
+    GLTexturesBytes.fetch_add(bytes, std::memory_order_relaxed);
+    Context* context = Context::Current();
+    glContext_ = context != nullptr ? &context->glObjects : nullptr;
+    pictureLost_ = false;
+}
+
+void Texture::contextGoing() {
+    pictureLost_ = pictureLost_ || renderTextureHandle != 0;
+    destroyRenderTexture();
+    // The name of an external texture is the app's to attach again; until then it draws as any
+    // texture without a picture.
+    isOESTexture = false;
 }
 
 void Texture::recordSize(int width, int height) {
@@ -338,7 +375,7 @@ bool Texture::createRenderTextureImpl(int textureWidth, int textureHeight, int b
     }
     pixelFormat = format;
     textureBytes = bufferBytes;
-    CountTexture(bufferBytes);
+    adoptName(bufferBytes);
     return true;
 }
 
@@ -346,7 +383,12 @@ void Texture::destroyRenderTexture() {
     // Failure paths that generated a name without counting it come through here too, so the
     // count can drop below what was added. The statistics have always shown it this way.
     if (renderTextureHandle != 0) {
-        glDeleteTextures(1, &renderTextureHandle);
+        // In another context, or the one that replaced a lost one, the name may be another
+        // texture; the texture's own context deletes it when it goes.
+        if (glContext_ == nullptr || glContext_->context->isCurrent()) {
+            glDeleteTextures(1, &renderTextureHandle);
+        }
+        glContext_ = nullptr;
         renderTextureHandle = 0;
         GLTexturesCount.fetch_sub(1, std::memory_order_relaxed);
         GLTexturesBytes.fetch_sub(textureBytes, std::memory_order_relaxed);
@@ -399,10 +441,11 @@ bool Texture::realizeBlankTexture(int format, int width, int height) {
         destroyRenderTexture();
         return false;
     }
+    ClearToTransparent(renderTextureHandle);
     recordSize(width, height);
     pixelFormat = format;
     textureBytes = bytes;
-    CountTexture(bytes);
+    adoptName(bytes);
     return true;
 }
 
@@ -462,7 +505,7 @@ GLuint Texture::createOESTexture() {
     glGenTextures(1, &renderTextureHandle);
     glBindTexture(GL_TEXTURE_EXTERNAL_OES, renderTextureHandle);
     SetFilterAndClamp(GL_TEXTURE_EXTERNAL_OES, GL_NEAREST);
-    CountTexture(0);
+    adoptName(0);
     KLOGI("Kesto2_Texture::createOESTexture--");
     return renderTextureHandle;
 }

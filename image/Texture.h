@@ -10,6 +10,7 @@
 #include <cstdint>
 
 #include "core/Link.h"
+#include "gl/Context.h"
 #include "gl/DrawItem.h"
 #include "image/Bitmap.h"
 #include "image/NativeBitmap.h"
@@ -21,6 +22,10 @@ class Environment;
 
 // Materials and blur sprites link to textures; a destroyed texture unlinks them.
 class Texture final : public LinkTarget, public TextureSource {
+  private:
+    // The context the GL texture was made in is going, or was lost: the picture goes with it.
+    void contextGoing();
+
   public:
     // Sizes are packed (width << 16) | height.
     enum InfoSlot { INFO_RESERVED = 0, INFO_TEXTURE_SIZE = 1, INFO_CONTENT_SIZE = 2 };
@@ -72,7 +77,7 @@ class Texture final : public LinkTarget, public TextureSource {
                                  int bitmapHeight, int format, int scanlineBytes, int bufferBytes,
                                  unsigned char* pixels);
     void destroyRenderTexture();
-    // Discards everything pending, then makes a texture without contents.
+    // Discards everything pending, then makes a transparent texture to render into.
     bool realizeBlankTexture(int format, int width, int height);
     // A failed update destroys the whole texture.
     bool realizeSubTexture(int x, int y, const Bitmap::BitmapInfo& bitmapInfo);
@@ -96,12 +101,20 @@ class Texture final : public LinkTarget, public TextureSource {
     GLuint currentName() const override { return renderTextureHandle; }
     DrawItem::TextureKind drawKind() const override;
 
+    // Whether the picture went with a lost context and nothing has replaced it, uploaded or
+    // queued, since: the texture draws untextured until someone supplies it again.
+    bool isLost() const { return pictureLost_ && !uploadPending(); }
+
     static int CalculateHigherOrEqualPowerOfTwoDimension(int n);
 
   private:
     void recordSize(int width, int height);
+    // A new GL texture: counted, and linked to the context current now, which made it.
+    void adoptName(int32_t bytes);
 
     bool filterPending_ = false;
+    bool pictureLost_ = false;
+    WatchedLink<ContextObjects, Texture, &Texture::contextGoing> glContext_{this};
 };
 
 }  // namespace kesto

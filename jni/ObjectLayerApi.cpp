@@ -139,3 +139,21 @@ KESTO_NATIVE(jboolean, Texture_1SetFilter)(JNIEnv*, jclass, jint handle, jboolea
     texture->setFilter(linear != JNI_FALSE ? GL_LINEAR : GL_NEAREST);
     return JNI_TRUE;
 }
+
+KESTO_NATIVE(jboolean, Context_1SimulateLoss)(JNIEnv*, jclass, jint handle) {
+    const auto engine = LockEngine();
+    Context* context;
+    return Resolve(__func__, handle, &context) && context->simulateLoss();
+}
+
+KESTO_NATIVE(jint, Context_1GetLossCount)(JNIEnv*, jclass, jint handle) {
+    const auto engine = LockEngine();
+    Context* context;
+    return Resolve(__func__, handle, &context) ? static_cast<jint>(context->lossCount) : 0;
+}
+
+KESTO_NATIVE(jboolean, Texture_1IsLost)(JNIEnv*, jclass, jint handle) {
+    const auto engine = LockEngine();
+    Texture* texture;
+    return Resolve(__func__, handle, &texture) && texture->isLost();
+}

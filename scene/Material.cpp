@@ -90,9 +90,13 @@ bool Material::updateUniformVariable(unsigned int program) {
         KLOGE("updateUniformVariable NG - program is null");
         return false;
     }
+    // Programs linked again after a context loss may place the variables elsewhere.
+    const uint32_t forgotten = ShaderProgram::ForgetCount.load(std::memory_order_relaxed);
+    const bool relinked = forgotten != locationsForgetCount_;
+    locationsForgetCount_ = forgotten;
     for (auto* node = uniformVariables.head; node != nullptr; node = node->next) {
         uniformVariableData& variable = node->value;
-        if (variable.location == -1) {
+        if (variable.location == -1 || relinked) {
             variable.location = glGetUniformLocation(program, variable.name);
             if (variable.location == -1) {
                 KLOGE("updateUniformVariable NG - null location, program:%d name:%s", program,

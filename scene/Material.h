@@ -72,6 +72,10 @@ class Material {
     // Points a draw item's uniform writer at this material.
     void describeUniforms(DrawItem* item) const;
     void clearUniformVariable();
+
+  private:
+    // ShaderProgram::ForgetCount when the locations were looked up.
+    uint32_t locationsForgetCount_ = 0;
 };
 
 }  // namespace kesto

@@ -42,6 +42,13 @@ bool Shader::create(int shaderType, const char* source) {
     return false;
 }
 
+void Shader::forget() {
+    if (glShader != 0) {
+        glShader = 0;
+        GLShadersCount.fetch_sub(1, std::memory_order_relaxed);
+    }
+}
+
 void Shader::destroy() {
     if (glShader != 0) {
         KLOGI("Shader glDeleteShader.");

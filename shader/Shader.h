@@ -28,6 +28,8 @@ class Shader {
     bool createVertexShader(const char* source) { return create(GL_VERTEX_SHADER, source); }
     bool createFragmentShader(const char* source) { return create(GL_FRAGMENT_SHADER, source); }
     void destroy();
+    // After a context loss: the object is gone with its context, only the name is dropped.
+    void forget();
     void logShaderInfoLog();
 };
 

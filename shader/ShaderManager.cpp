@@ -174,10 +174,12 @@ Shader* ShaderManager::getShader(const char* name) {
         KLOGE("getShader NG - can't find shader name: %s", name);
         return nullptr;
     }
-    if (data->shader != nullptr) {
+    if (data->shader != nullptr && data->shader->glShader != 0) {
         return data->shader;
     }
-    data->shader = NewObject<Shader>();
+    if (data->shader == nullptr) {
+        data->shader = NewObject<Shader>();
+    }
     if (data->shader == nullptr) {
         KLOGE("getShader - new Shader NG");
         return nullptr;
@@ -202,10 +204,36 @@ ShaderProgram* ShaderManager::getShaderProgram(const char* name) {
         KLOGE("getShaderProgram NG - can't find shader program name: %s", name);
         return nullptr;
     }
-    if (data->program != nullptr) {
+    if (data->program != nullptr && data->program->glProgram != 0) {
         return data->program;
     }
     return createShaderProgram(*data);
+}
+
+ShaderProgram* ShaderManager::revive(ShaderProgram* program) {
+    if (program == nullptr || program->glProgram != 0) {
+        return program;
+    }
+    for (auto* node = programs.head; node != nullptr; node = node->next) {
+        if (node->value.program == program) {
+            return createShaderProgram(node->value);
+        }
+    }
+    return nullptr;
+}
+
+void ShaderManager::forgetGLObjects() {
+    ShaderProgram::ForgetCount.fetch_add(1, std::memory_order_relaxed);
+    for (auto* node = programs.head; node != nullptr; node = node->next) {
+        if (node->value.program != nullptr) {
+            node->value.program->forget();
+        }
+    }
+    for (auto* node = shaders.head; node != nullptr; node = node->next) {
+        if (node->value.shader != nullptr) {
+            node->value.shader->forget();
+        }
+    }
 }
 
 ShaderProgram* ShaderManager::createShaderProgram(ShaderProgramData& data) {
@@ -219,31 +247,38 @@ ShaderProgram* ShaderManager::createShaderProgram(ShaderProgramData& data) {
         KLOGE("getShaderProgram - getShader NG, type: fragment");
         return nullptr;
     }
-    ShaderProgram* program = NewObject<ShaderProgram>();
+    // Built again in place after a loss, so that those who keep the object keep it.
+    ShaderProgram* program = data.program != nullptr ? data.program : NewObject<ShaderProgram>();
+    const bool kept = program == data.program;
     data.program = program;
     if (program == nullptr) {
         KLOGE("getShaderProgram - new ShaderProgram NG");
         return nullptr;
     }
+    // A kept object stays, only without a GL program, for the next request to try again.
+    auto fail = [&]() -> ShaderProgram* {
+        if (kept) {
+            program->destroy();
+        } else {
+            destroyShaderProgram(data);
+        }
+        return nullptr;
+    };
     if (!program->create()) {
         KLOGE("getShaderProgram  NG");
-        destroyShaderProgram(data);
-        return nullptr;
+        return fail();
     }
     if (!program->attachShader(vertexShader)) {
         KLOGE("getShaderProgram attachShader vertex shader NG");
-        destroyShaderProgram(data);
-        return nullptr;
+        return fail();
     }
     if (!program->attachShader(fragmentShader)) {
         KLOGE("getShaderProgram attachShader fragment shader NG");
-        destroyShaderProgram(data);
-        return nullptr;
+        return fail();
     }
     if (!program->link()) {
         KLOGE("getShaderProgram link NG");
-        destroyShaderProgram(data);
-        return nullptr;
+        return fail();
     }
     // Bound after the link, so they only matter if the program is linked again.
     unsigned int index = 0;
@@ -251,8 +286,7 @@ ShaderProgram* ShaderManager::createShaderProgram(ShaderProgramData& data) {
     for (auto* node = data.attributeNames.head; node != nullptr; node = node->next, ++index) {
         if (!program->bindAttribLocation(index, node->value)) {
             KLOGE("getShaderProgram bindAttribLocation NG");
-            destroyShaderProgram(data);
-            return nullptr;
+            return fail();
         }
         const GLint chosen = glGetAttribLocation(program->glProgram, node->value);
         placed &= chosen == -1 || chosen == static_cast<GLint>(index);
@@ -262,20 +296,17 @@ ShaderProgram* ShaderManager::createShaderProgram(ShaderProgramData& data) {
     // the bindings take effect.
     if (!placed && !program->link()) {
         KLOGE("getShaderProgram link NG");
-        destroyShaderProgram(data);
-        return nullptr;
+        return fail();
     }
     if (!program->useProgram()) {
         KLOGE("getShaderProgram useProgram NG");
-        destroyShaderProgram(data);
-        return nullptr;
+        return fail();
     }
     int unit = 0;
     for (auto* node = data.samplerNames.head; node != nullptr; node = node->next, ++unit) {
         if (!program->setupTextureLocation(unit, node->value)) {
             KLOGE("getShaderProgram setupTextureLocation NG");
-            destroyShaderProgram(data);
-            return nullptr;
+            return fail();
         }
     }
     if (std::strncmp(data.name, DefaultShader::OES_TEXTURE_SP,

@@ -65,8 +65,14 @@ class ShaderManager {
                                const char* fragmentShaderName, const char* const* attributeNames,
                                const char* const* samplerNames);
 
-    // Built on first request and left current; null on failure, and a later request retries.
+    // Built on first request and left current; null on failure, and a later request retries. A
+    // program forgotten in a context loss is built again into the same object, which materials
+    // and the renderer keep.
     ShaderProgram* getShaderProgram(const char* name);
+    // The program built again if a loss took its GL object; null when that fails.
+    ShaderProgram* revive(ShaderProgram* program);
+    // After a context loss: drops every GL name, keeping the objects.
+    void forgetGLObjects();
     Shader* getShader(const char* name);
     ShaderProgram* createShaderProgram(ShaderProgramData& data);
     void destroyShaderProgram(ShaderProgramData& data);

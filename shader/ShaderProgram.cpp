@@ -9,6 +9,7 @@ namespace kesto {
 
 std::atomic<int32_t> ShaderProgram::ProgramsCount{0};
 std::atomic<int32_t> ShaderProgram::GLProgramsCount{0};
+std::atomic<uint32_t> ShaderProgram::ForgetCount{0};
 
 ShaderProgram::ShaderProgram() {
     ProgramsCount.fetch_add(1, std::memory_order_relaxed);
@@ -28,6 +29,18 @@ bool ShaderProgram::create() {
     }
     GLProgramsCount.fetch_add(1, std::memory_order_relaxed);
     return true;
+}
+
+void ShaderProgram::forget() {
+    if (glProgram != 0) {
+        glProgram = 0;
+        GLProgramsCount.fetch_sub(1, std::memory_order_relaxed);
+    }
+    vertexShader = fragmentShader = nullptr;
+    projectionMatrixLocation = -1;
+    modelViewMatrixLocation = -1;
+    blendColorLocation = -1;
+    textureMatrixLocation = -1;
 }
 
 void ShaderProgram::destroy() {

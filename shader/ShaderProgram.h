@@ -21,6 +21,8 @@ class ShaderProgram : public LinkTarget {
   public:
     static std::atomic<int32_t> ProgramsCount;
     static std::atomic<int32_t> GLProgramsCount;
+    // Bumped whenever a context loss takes programs: cached uniform locations are stale then.
+    static std::atomic<uint32_t> ForgetCount;
 
     GLuint glProgram = 0;  // 0: no GL object
     Shader* vertexShader = nullptr;
@@ -40,6 +42,8 @@ class ShaderProgram : public LinkTarget {
 
     bool create();
     void destroy();
+    // After a context loss: the program is gone with its context; its locations went with it.
+    void forget();
     bool attachShader(Shader* shader);
     void detachShader(Shader* shader);
     bool bindAttribLocation(unsigned int index, const char* name);

@@ -75,16 +75,16 @@ TEST_F(ContextTest, VertexBufferAccountingKeepsPeaksAndRefusesStrangers) {
     b.bufferSize = 20;
     ASSERT_TRUE(context->registerVertexBuffer(&a));
     ASSERT_TRUE(context->registerVertexBuffer(&b));
-    EXPECT_EQ(context, a._glResourceContext);
+    EXPECT_EQ(context, a.glContext());
 
     Context other;
     LogCapture log;
     EXPECT_FALSE(context->registerVertexBuffer(&a));
     EXPECT_FALSE(context->registerVertexBuffer(nullptr));
     other.unregisterVertexBuffer(&a);
-    EXPECT_EQ(context, a._glResourceContext);
+    EXPECT_EQ(context, a.glContext());
     context->unregisterVertexBuffer(&a);
-    EXPECT_EQ(nullptr, a._glResourceContext);
+    EXPECT_EQ(nullptr, a.glContext());
     context->logResource();
     EXPECT_TRUE(
         log.has("KestoContext", 'E', "registerVertexBuffer NG - vertexBuffer already registered"));
@@ -100,7 +100,7 @@ TEST_F(ContextTest, VertexBufferAccountingKeepsPeaksAndRefusesStrangers) {
     EXPECT_EQ(0, context->vertexBufferPeakCount);
     EXPECT_EQ(0, context->vertexBufferRegisterCount);
     context->unregisterVertexBuffer(&b);  // no longer ours: the context forgot its environment
-    EXPECT_EQ(nullptr, b._glResourceContext);
+    EXPECT_EQ(nullptr, b.glContext());
 }
 
 }  // namespace

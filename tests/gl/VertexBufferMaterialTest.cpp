@@ -64,7 +64,7 @@ TEST_F(VertexBufferTest, GlCopyIsMadeOnceAndDiscardedByEdits) {
     EXPECT_EQ(1, env->glArrayBufferCount);
     EXPECT_EQ(1, context->vertexBufferCount);
     EXPECT_EQ(80, context->vertexBufferBytes);
-    EXPECT_EQ(context, vb._glResourceContext);
+    EXPECT_EQ(context, vb.glContext());
 
     ASSERT_TRUE(vb.bindGLBuffer(context));
     EXPECT_EQ(first, vb.glBuffer) << "no edit, no upload";

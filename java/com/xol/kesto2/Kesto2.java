@@ -194,6 +194,20 @@ public final class Kesto2 {
     public static native boolean Environment_EndUpdate(int environment);
     /** Linear (the default) or nearest filtering, from the next draw of the texture on. */
     public static native boolean Texture_SetFilter(int texture, boolean linear);
+    /**
+     * Destroys the context's EGL context, and with it every GL object, under the engine, so that
+     * the next EGL call reports the loss exactly as a GPU reset does: the way to test an app's
+     * handling of a lost context. That call (the next frame, usually) gives up its work and makes
+     * a new context; textures, programs and buffers are made again as they are next needed.
+     */
+    public static native boolean Context_SimulateLoss(int context);
+    /** How many losses the context has met and replaced itself after; 0 for a bad handle. */
+    public static native int Context_GetLossCount(int context);
+    /**
+     * Whether the texture's picture went with a lost context and nothing has been uploaded or
+     * queued since: it draws untextured until the app supplies it again.
+     */
+    public static native boolean Texture_IsLost(int texture);
 
     // The shared output vector.
     public static native float getOutputVectorX();

@@ -2,21 +2,47 @@ package com.xol.kesto2.scene;
 
 import android.graphics.Bitmap;
 import com.xol.kesto2.Kesto2;
+import java.util.ArrayList;
+import java.util.Collections;
+import java.util.LinkedHashSet;
+import java.util.List;
 import java.util.Map;
+import java.util.Set;
 import java.util.concurrent.ConcurrentHashMap;
 
 /**
  * The engine's environment (the display) and one rendering context, made current on the thread
  * that creates it. Closing it destroys whatever of it is still alive and makes every object made
  * with it unusable.
+ *
+ * <p>A GL context can be lost (a GPU reset, the app sent to the background, memory pressure). The
+ * frame that meets the loss is drawn again at once, after the engine has put back what it can:
+ * textures uploaded from a bitmap or image that is still open, textures allocated or rendered into,
+ * blur sprites. What it cannot put back is handed to the {@link ContextLossListener}.
  */
 public final class Engine implements AutoCloseable {
+    /** Told, on the thread that drew, after the engine recovered from a lost GL context. */
+    public interface ContextLossListener {
+        /**
+         * The context was lost and made again; everything the engine could restore is back.
+         *
+         * @param unrestored textures whose pictures had no source left (queued with hand-over,
+         *     or their bitmap recycled or image closed): they draw untextured until uploaded or
+         *     queued again
+         */
+        void onContextLost(List<Texture> unrestored);
+    }
+
     private final int environment;
     private final int context;
     private volatile boolean closed;
     private int plainTexture;
     /** Nodes by handle, so that a hit test can answer with the object. */
     final Map<Integer, Node> nodes = new ConcurrentHashMap<>();
+    /** In the order they were last set up, which is the order they are restored in. */
+    private final Set<EngineObject> restorables = new LinkedHashSet<>();
+    private int lossesSeen;
+    private volatile ContextLossListener lossListener;
 
     /** An engine drawing in 8-bit red, green and blue without alpha. */
     public Engine() {
@@ -92,21 +118,95 @@ public final class Engine implements AutoCloseable {
     synchronized int plainTexture() {
         if (plainTexture == 0) {
             int texture = KestoException.check(Kesto2.CreateTexture(environment()), "CreateTexture");
-            int pixel = Kesto2.CreateBitmap(environment);
-            Bitmap white = Bitmap.createBitmap(1, 1, Bitmap.Config.ARGB_8888);
-            white.eraseColor(0xFFFFFFFF);
-            boolean queued = pixel != 0 && Kesto2.Bitmap_Set(pixel, white)
-                    && Kesto2.Texture_SetupByBitmap(texture, pixel, true);
-            String line = Kesto2.GetLastError();
-            Kesto2.DestroyBitmap(pixel);
-            white.recycle();
-            if (!queued) {
+            String line = queueWhiteTexel(texture);
+            if (line != null) {
                 Kesto2.DestroyTexture(texture);
-                throw new KestoException(line != null ? line : "the plain sprite texture failed");
+                throw new KestoException(line);
             }
             plainTexture = texture;
         }
         return plainTexture;
+    }
+
+    /** @return null when queued, else why not */
+    private String queueWhiteTexel(int texture) {
+        int pixel = Kesto2.CreateBitmap(environment);
+        Bitmap white = Bitmap.createBitmap(1, 1, Bitmap.Config.ARGB_8888);
+        white.eraseColor(0xFFFFFFFF);
+        boolean queued = pixel != 0 && Kesto2.Bitmap_Set(pixel, white)
+                && Kesto2.Texture_SetupByBitmap(texture, pixel, true);
+        String line = Kesto2.GetLastError();
+        Kesto2.DestroyBitmap(pixel);
+        white.recycle();
+        return queued ? null : line != null ? line : "the plain sprite texture failed";
+    }
+
+    /**
+     * Who to tell when the GL context was lost and the engine recovered.
+     *
+     * @param listener the listener, or null for none
+     */
+    public void setContextLossListener(ContextLossListener listener) {
+        lossListener = listener;
+    }
+
+    /**
+     * Destroys the GL context, and every GL object in it, under the engine, as a GPU reset does: the
+     * next frame meets the loss and recovers. For testing an app's handling of a lost context.
+     *
+     * @throws KestoException when there is no context to lose
+     */
+    public void simulateContextLoss() {
+        KestoException.check(Kesto2.Context_SimulateLoss(context()), "Context_SimulateLoss");
+    }
+
+    /** Remembers how to restore {@code restorable}, as set up last. */
+    synchronized void remember(EngineObject restorable) {
+        restorables.remove(restorable);
+        restorables.add(restorable);
+    }
+
+    synchronized void forget(EngineObject restorable) {
+        restorables.remove(restorable);
+    }
+
+    /**
+     * The context's loss count. The first to see a new loss restores everything restorable (the
+     * context is current on this thread again) and tells the listener.
+     */
+    int restoreAfterLoss() {
+        List<Texture> unrestored = new ArrayList<>();
+        int losses;
+        synchronized (this) {
+            losses = Kesto2.Context_GetLossCount(context());
+            if (losses == lossesSeen) {
+                return losses;
+            }
+            lossesSeen = losses;
+            if (plainTexture != 0 && Kesto2.Texture_IsLost(plainTexture)) {
+                queueWhiteTexel(plainTexture);
+            }
+            for (EngineObject restorable : new ArrayList<>(restorables)) {
+                restorable.restoreAfterLoss(unrestored);
+            }
+        }
+        ContextLossListener listener = lossListener;
+        if (listener != null) {
+            listener.onContextLost(Collections.unmodifiableList(unrestored));
+        }
+        return losses;
+    }
+
+    /**
+     * After a call that failed: returns when the context was lost since the last look (restored
+     * now: the call is worth repeating), otherwise throws the failed call's line.
+     */
+    void recoverOrThrow(String call) {
+        String line = Kesto2.GetLastError();
+        int before = lossesSeen;
+        if (restoreAfterLoss() == before) {
+            throw new KestoException(line != null ? line : call + " failed");
+        }
     }
 
     /**

@@ -46,4 +46,11 @@ public abstract class EngineObject implements AutoCloseable {
     }
 
     abstract void destroy(int handle);
+
+    /**
+     * After a lost GL context: puts back what this object had in GL, where it can; adds the
+     * textures it cannot to {@code unrestored}. Called for objects the engine was asked to
+     * remember, in the order they were last set up.
+     */
+    void restoreAfterLoss(java.util.List<Texture> unrestored) {}
 }

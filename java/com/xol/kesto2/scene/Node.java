@@ -40,6 +40,7 @@ public class Node extends EngineObject {
     @Override
     void destroy(int handle) {
         engine.nodes.remove(handle);
+        engine.forget(this);
         if (owned) {
             Kesto2.DestroySceneNode(handle);
         }

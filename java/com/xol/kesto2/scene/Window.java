@@ -15,6 +15,8 @@ import com.xol.kesto2.Kesto2;
 public final class Window extends EngineObject {
     // Whether the back buffer holds a frame drawn since the last present, for snapshot().
     private boolean drawn;
+    /** The engine's loss count as this window's frames last saw it. */
+    private int lossesSeen;
 
     /**
      * A window of the engine's context bound to {@code surface} at the surface's own size; the
@@ -47,6 +49,7 @@ public final class Window extends EngineObject {
             close();
             throw new KestoException(line != null ? line : "Window_BindSurface failed");
         }
+        lossesSeen = Kesto2.Context_GetLossCount(engine.context());
     }
 
     private static int sizeOf(Surface surface) {
@@ -96,13 +99,33 @@ public final class Window extends EngineObject {
     }
 
     /**
+     * After a frame call that failed: true when a loss of the context made it fail (the engine has
+     * restored what it could: the frame is worth drawing again), otherwise throws its line. A
+     * window's frames each see a loss once, whichever call met it.
+     */
+    private boolean afterLoss(String call) {
+        String line = Kesto2.GetLastError();
+        int losses = engine.restoreAfterLoss();
+        if (losses != lossesSeen) {
+            lossesSeen = losses;
+            return true;
+        }
+        throw new KestoException(line != null ? line : call + " failed");
+    }
+
+    /**
      * Draws a frame and shows it.
      *
      * @throws KestoException when drawing or presenting failed
      */
     public void render() {
         drawn = false;
-        KestoException.check(Kesto2.Window_Render(handle()), "Window_Render");
+        boolean shown = Kesto2.Window_Render(handle());
+        // A frame that met a lost context showed nothing: drawn again once the engine restored.
+        if (!shown && afterLoss("Window_Render")) {
+            shown = Kesto2.Window_Render(handle());
+        }
+        KestoException.check(shown, "Window_Render");
     }
 
     /**
@@ -112,6 +135,9 @@ public final class Window extends EngineObject {
      */
     public void renderWithoutPresent() {
         Kesto2.Window_RenderWithoutPresent(handle());
+        if (Kesto2.GetLastError() != null && afterLoss("Window_RenderWithoutPresent")) {
+            Kesto2.Window_RenderWithoutPresent(handle());
+        }
         KestoException.checkLogged();
         drawn = true;
     }
@@ -123,7 +149,12 @@ public final class Window extends EngineObject {
      */
     public void present() {
         drawn = false;
-        KestoException.check(Kesto2.Window_Present(handle()), "Window_Present");
+        boolean shown = Kesto2.Window_Present(handle());
+        if (!shown && afterLoss("Window_Present")) {
+            Kesto2.Window_RenderWithoutPresent(handle());
+            shown = Kesto2.Window_Present(handle());
+        }
+        KestoException.check(shown, "Window_Present");
     }
 
     /**

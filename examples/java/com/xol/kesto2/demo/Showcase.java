@@ -29,7 +29,8 @@ import javax.imageio.ImageIO;
 /**
  * One showcase frame drawn through the object layer (com.xol.kesto2.scene) into an 800x480 window: a background,
  * images arriving each way a texture can be fed, a card turned in perspective, a fading group, a
- * clipped strip, a blur at three levels, a thumbnail of part of the scene, and a hit test.
+ * clipped strip, a blur at three levels, a thumbnail of part of the scene, a lost GL context
+ * recovered from, and a hit test.
  */
 public final class Showcase {
     public static final int WIDTH = 800;
@@ -55,6 +56,12 @@ public final class Showcase {
         public final FrameStatistics perMeshStatistics = new FrameStatistics();
         /** The same scene drawn by a render loop on a thread of its own, into a surface of its own. */
         public Bitmap loopSnapshot;
+        /** The first frame again after a lost GL context, batched and mesh by mesh. */
+        public Bitmap afterLossSnapshot;
+        public Bitmap afterLossPerMeshSnapshot;
+        /** Losses the engine recovered from, and the textures it could not restore. */
+        public int losses;
+        public int unrestored;
     }
 
     static final int STEADY_FRAMES = 30;
@@ -221,19 +228,18 @@ public final class Showcase {
         Sprite checker = sprite("checkerboard", root, textureFromJava(picture(120, 120, Showcase::checkerColour)),
                 120, 120, HIT_X, HIT_Y, 1);
         Texture queued = own(new Texture(engine));
+        // Images stay open, and are queued without hand-over: after a lost context the textures
+        // are uploaded from them again.
+        Image discImage = own(new Image(engine));
         Thread producer = new Thread(() -> {
-            try (Image image = new Image(engine)) {
-                queued.queue(image.set(picture(120, 120, (x, y) -> disc(x, y, 120))), true);
-            }
+            queued.queue(discImage.set(picture(120, 120, (x, y) -> disc(x, y, 120))), false);
         }, "producer");
         producer.start();
         producer.join();
         Sprite discSprite = sprite("disc (queued)", root, queued, 120, 120, 230, 110, 1);
-        Texture ringsTexture;
-        try (NativeImage rings = new NativeImage()) {
-            rings.set(PixelFormat.RGBA8888, 120, 120, pixelBytes(picture(120, 120, (x, y) -> rings(x, y, 120))));
-            ringsTexture = own(new Texture(engine)).upload(rings);
-        }
+        NativeImage rings = own(new NativeImage());
+        rings.set(PixelFormat.RGBA8888, 120, 120, pixelBytes(picture(120, 120, (x, y) -> rings(x, y, 120))));
+        Texture ringsTexture = own(new Texture(engine)).upload(rings);
         Sprite ringsSprite = sprite("rings (native bitmap)", root, ringsTexture, 120, 120, 370, 110, 1);
         for (Node image : new Node[] {checker, discSprite, ringsSprite}) {
             image.addRenderFlag(THUMBNAIL_FLAG, false);
@@ -306,6 +312,21 @@ public final class Showcase {
         window.setBatching(true).present();
         step(String.format("%d meshes: %d draw calls batched, %d mesh by mesh", result.batchedStatistics.meshes(),
                 result.batchedStatistics.drawCalls(), result.perMeshStatistics.drawCalls()));
+
+        step("a lost GL context, twice: each next frame is the frame before it");
+        engine.setContextLossListener(unrestored -> {
+            result.losses++;
+            result.unrestored += unrestored.size();
+        });
+        engine.simulateContextLoss();
+        window.renderWithoutPresent();
+        result.afterLossSnapshot = window.snapshot();
+        window.present();
+        engine.simulateContextLoss();
+        window.setBatching(false).renderWithoutPresent();
+        result.afterLossPerMeshSnapshot = window.snapshot();
+        window.setBatching(true).present();
+        engine.setContextLossListener(null);
 
         step("the same scene through a render loop on its own thread");
         Surface loopSurface = new Surface(WIDTH, HEIGHT);

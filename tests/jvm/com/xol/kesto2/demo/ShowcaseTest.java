@@ -60,6 +60,22 @@ public class ShowcaseTest {
     }
 
     @Test
+    public void aLostContextGivesBackTheSameFrameOnBothPaths() {
+        int batched = 0, perMesh = 0;
+        for (int y = 0; y < Showcase.HEIGHT; ++y) {
+            for (int x = 0; x < Showcase.WIDTH; ++x) {
+                batched += at(x, y) != result.afterLossSnapshot.getPixel(x, y) ? 1 : 0;
+                perMesh += result.perMeshSnapshot.getPixel(x, y) != result.afterLossPerMeshSnapshot.getPixel(x, y)
+                        ? 1 : 0;
+            }
+        }
+        assertEquals("pixels differing after a loss, batched", 0, batched);
+        assertEquals("pixels differing after a loss, mesh by mesh", 0, perMesh);
+        assertEquals("losses the listener heard of", 2, result.losses);
+        assertEquals("every showcase texture has a source", 0, result.unrestored);
+    }
+
+    @Test
     public void backgroundAndImagesAreDrawnOneTexelAPixel() {
         Bitmap shot = result.snapshot;
         assertEquals(Showcase.WIDTH, shot.getWidth());
