@@ -116,12 +116,18 @@ bool FitsBuffer(int width, int height, int format, int scanlineBytes, int buffer
 
 // Without a current context GL calls do nothing: a name would be counted that was never made, and
 // the one it replaces would stay in its context uncounted. A caller on the wrong thread is refused
-// before anything is touched.
+// before anything is touched. So is one whose context was lost under it (still current here until
+// the engine replaces it): a name made there would outlive the context unnoticed.
 bool GlContextCurrent(const char* caller) {
-    if (eglGetCurrentContext() != EGL_NO_CONTEXT) {
+    if (Context::Current() != nullptr) {
         return true;
     }
-    KLOGE("%s NG - no GL context is current on this thread", caller);
+    if (eglGetCurrentContext() == EGL_NO_CONTEXT) {
+        KLOGE("%s NG - no GL context is current on this thread", caller);
+    } else {
+        KLOGE("%s NG - the GL context current on this thread is not the engine's, or was lost",
+              caller);
+    }
     return false;
 }
 

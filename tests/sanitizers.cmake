@@ -1,7 +1,8 @@
 # Sanitizer runs, included by tests/CMakeLists.txt:
 #   asan.unit.* / asan.gl.*  the unit and GL suites with the engine and the tests built under
 #                            AddressSanitizer and UndefinedBehaviorSanitizer (LeakSanitizer on)
-#   asan.jvm.*, fuzz.api     JVM runs on that engine: the allocation fault sweep, the API fuzzer
+#   asan.jvm.*, fuzz.api     JVM runs on that engine: the allocation fault sweep, lost contexts,
+#                            the showcase, the API fuzzer
 #   lsan.jvm.*               JVM sessions with LeakSanitizer preloaded, failing on leaks that
 #                            the engine or its host library allocated
 option(KESTO_ASAN_TESTS "Also build the unit and GL tests under AddressSanitizer and UBSan" ON)
@@ -101,13 +102,18 @@ if(KESTO_ASAN_TESTS)
         "ASAN_OPTIONS=${asan_jvm_options}" "UBSAN_OPTIONS=print_stacktrace=1:halt_on_error=1")
     set_tests_properties(fuzz.api PROPERTIES LABELS "fuzz;asan;jvm" TIMEOUT 600
         ENVIRONMENT "${asan_jvm_environment}")
-    # The binding's error paths when memory runs out, on the same engine.
-    add_test(NAME asan.jvm.AllocationFaultTest
-             COMMAND ${Java_JAVA_EXECUTABLE} -Xcheck:jni
-                     -Djava.library.path=${asan_jvm_dir}:${jvm_library_path} -cp ${jvm_class_path}
-                     org.junit.runner.JUnitCore com.xol.kesto2.AllocationFaultTest)
-    set_tests_properties(asan.jvm.AllocationFaultTest PROPERTIES LABELS "asan;jvm" TIMEOUT 600
-        ENVIRONMENT "${asan_jvm_environment}")
+    # The binding's error paths when memory runs out, and lost contexts recovered from through the
+    # object layer, on the same engine.
+    foreach(class com.xol.kesto2.AllocationFaultTest com.xol.kesto2.scene.ContextLossTest
+                  com.xol.kesto2.demo.ShowcaseTest)
+        string(REGEX REPLACE ".*\\." "" name ${class})
+        add_test(NAME asan.jvm.${name}
+                 COMMAND ${Java_JAVA_EXECUTABLE} -Xcheck:jni
+                         -Djava.library.path=${asan_jvm_dir}:${jvm_library_path}
+                         -cp ${jvm_class_path} org.junit.runner.JUnitCore ${class})
+        set_tests_properties(asan.jvm.${name} PROPERTIES LABELS "asan;jvm" TIMEOUT 600
+            ENVIRONMENT "${asan_jvm_environment}")
+    endforeach()
 endif()
 
 # --- LeakSanitizer in the JVM -------------------------------------------------------------------

@@ -17,6 +17,7 @@ import java.util.Comparator;
 import java.util.List;
 import java.util.Random;
 import java.util.SplittableRandom;
+import java.util.concurrent.atomic.AtomicInteger;
 
 /**
  * Random but plausible call sequences over every native of Kesto2 and NativeBitmap: a scene set
@@ -32,6 +33,8 @@ public final class ApiFuzzer {
     private static final int[] ODD_INTS = {-1, 0, 1, 2, 3, 7, -8, 16, 100, 1000, 65535, 65536, 70000,
             16 << 16 | 16, 0x12345670, Integer.MAX_VALUE, Integer.MIN_VALUE};
     private static final Bitmap.Config[] CONFIGS = Bitmap.Config.values();
+    /** Context losses simulated by the calls made so far, and frames that met one. */
+    private static final AtomicInteger LOSSES = new AtomicInteger();
 
     static {
         for (Class<?> type : new Class<?>[] {Kesto2.class, NativeBitmap.class}) {
@@ -79,6 +82,9 @@ public final class ApiFuzzer {
             result = method.invoke(null, arguments);
         } catch (IllegalAccessException | InvocationTargetException e) {
             throw new AssertionError(name + " threw", e);
+        }
+        if (name.equals("Context_SimulateLoss") && (Boolean) result) {
+            LOSSES.incrementAndGet();
         }
         if (result instanceof Integer && (Integer) result != 0 && !name.equals("Texture_SetupOESTexture")) {
             pool.add((Integer) result);
@@ -270,6 +276,6 @@ public final class ApiFuzzer {
             }
             ++passed;
         }
-        System.out.println("fuzz: " + passed + " passed, 0 failed");
+        System.out.println("fuzz: " + passed + " passed, 0 failed; " + LOSSES + " context losses simulated");
     }
 }
