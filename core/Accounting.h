@@ -87,4 +87,30 @@ void DeleteArray(T* array) {
     }
 }
 
+// Makes room for `needed` groups of `group` elements in an array holding `used` groups, doubling
+// from at least `first`; the used part moves over. False, leaving the array as it was, when memory
+// runs out. For arrays reused frame after frame.
+template <class T>
+bool GrowArray(T** array, int32_t used, int32_t* capacity, int32_t needed, int32_t group,
+               int32_t first) {
+    if (needed <= *capacity) {
+        return true;
+    }
+    int32_t grown = *capacity > first ? *capacity : first;
+    while (grown < needed) {
+        grown *= 2;
+    }
+    T* larger = NewRawArray<T>(static_cast<size_t>(grown) * group);
+    if (larger == nullptr) {
+        return false;
+    }
+    for (size_t i = 0; i < static_cast<size_t>(used) * group; ++i) {
+        larger[i] = (*array)[i];
+    }
+    DeleteArray(*array);
+    *array = larger;
+    *capacity = grown;
+    return true;
+}
+
 }  // namespace kesto

@@ -14,28 +14,6 @@ namespace {
 constexpr int32_t kMaximumVertices = 65536;
 constexpr int32_t kFirstCapacity = 1024;
 
-template <class T>
-bool Grow(T** array, int32_t used, int32_t* capacity, int32_t needed, int32_t elementSize) {
-    if (needed <= *capacity) {
-        return true;
-    }
-    int32_t grown = std::max(*capacity, kFirstCapacity);
-    while (grown < needed) {
-        grown *= 2;
-    }
-    T* larger = NewRawArray<T>(static_cast<size_t>(grown) * elementSize);
-    if (larger == nullptr) {
-        return false;
-    }
-    if (*array != nullptr) {
-        std::memcpy(larger, *array, static_cast<size_t>(used) * elementSize * sizeof(T));
-        DeleteArray(*array);
-    }
-    *array = larger;
-    *capacity = grown;
-    return true;
-}
-
 }  // namespace
 
 Batcher::~Batcher() {
@@ -44,9 +22,10 @@ Batcher::~Batcher() {
 }
 
 bool Batcher::reserve(int32_t vertices, int32_t indices) {
-    return Grow(&vertices_, vertexCount_, &vertexCapacity_, vertexCount_ + vertices,
-                kBatchVertexFloats) &&
-           Grow(&indices_, indexCount_, &indexCapacity_, indexCount_ + indices, 1);
+    return GrowArray(&vertices_, vertexCount_, &vertexCapacity_, vertexCount_ + vertices,
+                     kBatchVertexFloats, kFirstCapacity) &&
+           GrowArray(&indices_, indexCount_, &indexCapacity_, indexCount_ + indices, 1,
+                     kFirstCapacity);
 }
 
 bool Batcher::decline(Renderer& renderer, FrameStats::Break reason) {
@@ -78,7 +57,7 @@ bool Batcher::add(Renderer& renderer, DrawItem& item) {
     // are drawn first, with the picture they were collected with, as the per-mesh path draws them.
     // A picture a producer queues after this check waits for the next draw of the texture.
     const TextureSource* texture = item.textureSource;
-    const bool upload = texture != nullptr && texture->uploadPending();
+    const bool upload = item.mayUpload && texture != nullptr && texture->uploadPending();
     if (upload && meshes_ > 0 && run_.texture != 0 && run_.texture == texture->currentName()) {
         flush(renderer, FrameStats::BREAK_TEXTURE);
     }

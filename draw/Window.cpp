@@ -1,8 +1,12 @@
 #include "draw/Window.h"
 
+#include <EGL/eglext.h>
+
+#include <algorithm>
 #include <cstring>
 
 #include "core/Accounting.h"
+#include "core/Changes.h"
 #include "gl/Context.h"
 #include "gl/Environment.h"
 #include "gl/Renderer.h"
@@ -129,6 +133,9 @@ bool Window::bindSurface(ANativeWindow* surface, int surfaceWidth, int surfaceHe
         renderer->present(eglSurface);
     }
     resetLastClearColor();
+    if (partialRedraw_) {
+        chooseBackBuffer();
+    }
     KLOGI("bindSurface- %d %d", width, height);
     return true;
 }
@@ -136,6 +143,12 @@ bool Window::bindSurface(ANativeWindow* surface, int surfaceWidth, int surfaceHe
 void Window::unbindSurface() {
     KLOGI("unbindSurface");
     width = height = 0;
+    // A new surface starts from nothing.
+    havePicture_ = false;
+    presentPending_ = false;
+    historyCount_ = 0;
+    sincePresent_.clear();
+    recorder_.forget();
     if (eglSurface == EGL_NO_SURFACE) {
         return;
     }
@@ -171,32 +184,206 @@ void Window::render() {
         return;
     }
     Renderer* renderer = context->renderer;
+    // A loss that another call met and recovered from took the objects this frame would draw.
+    const bool lostSince = context->lossCount != lossesSeen_;
+    const bool replay = partialRedraw_ && !lostSince;
+    if (replay && recordFrame(renderer)) {
+        return;
+    }
     renderer->clearStatus();
     renderer->stats = FrameStats();
     // A frame that meets a lost context draws nothing and presents nothing: drawn again, it has
     // its objects back.
     frameGivenUp_ = true;
-    // A loss that another call met and recovered from took the objects this frame would draw.
-    const bool lostSince = context->lossCount != lossesSeen_;
     if (!renderer->targetSurface(eglSurface, width, height) || lostSince) {
         KLOGE(lostSince ? "render NG - the GL context was lost since the last frame"
                         : "render NG - the frame was given up");
         lossesSeen_ = context->lossCount;
         resetLastClearColor();
+        havePicture_ = presentPending_ = false;
         return;
     }
     renderer->sink = batching_ ? &batcher_ : nullptr;
-    // present() already cleared this back buffer to the same colour less than 100 ms ago.
-    if (frameStartTime > lastClearTime + 100u || !SameColour(clearColor, lastClearColor)) {
-        renderer->clearBuffers(clearColor[0], clearColor[1], clearColor[2], clearColor[3]);
+    int32_t whole = partialRedraw_ ? FrameStats::WHOLE_MEMORY : FrameStats::WHOLE_OFF;
+    if (replay && recorded_) {
+        Damage region;
+        const bool partial = regionToDraw(&region, &whole);
+        recorder_.replay(*renderer, partial ? &region : nullptr, clearColor, &renderer->stats);
+        recorder_.settleUploads();
+    } else {
+        // present() already cleared this back buffer to the same colour less than 100 ms ago;
+        // with partial redraw it clears nothing.
+        if (partialRedraw_ || frameStartTime > lastClearTime + 100u ||
+            !SameColour(clearColor, lastClearColor)) {
+            renderer->clearBuffers(clearColor[0], clearColor[1], clearColor[2], clearColor[3]);
+        }
+        defaultViewport.render(renderer);
+        renderer->stats.damagedPixels = width * height;
+        recorder_.forget();
     }
-    defaultViewport.render(renderer);
     renderEndTime = Now();
     renderer->flush();
     renderer->sink = nullptr;
+    renderer->stats.whole = whole;
     frameStats_ = renderer->stats;
     flushEndTime = Now();
     frameGivenUp_ = false;
+    if (partialRedraw_) {
+        // What changed from the picture before, for back buffers older than this one.
+        if (whole != FrameStats::WHOLE_NO && whole != FrameStats::WHOLE_DAMAGE &&
+            whole != FrameStats::WHOLE_BACK_BUFFER) {
+            damage_.clear();
+            damage_.add(Damage::Rect{0, 0, width, height});
+        }
+        sincePresent_.add(damage_);
+        havePicture_ = presentPending_ = true;
+        backBufferStale_ = false;
+        drawnWidth_ = width;
+        drawnHeight_ = height;
+        std::memcpy(drawnClear_, clearColor, sizeof drawnClear_);
+    }
+}
+
+bool Window::recordFrame(Renderer* renderer) {
+    const uint32_t changes = SceneChangeCount();
+    const bool sameSetup = havePicture_ && width == drawnWidth_ && height == drawnHeight_ &&
+                           SameColour(clearColor, drawnClear_);
+    bool unchanged = sameSetup && !changing_ && recorded_ && changes == changesSeen_;
+    if (!unchanged) {
+        renderer->sink = &recorder_;
+        recorder_.begin(*renderer, width, height);
+        defaultViewport.render(renderer);
+        renderer->endRecording();
+        renderer->sink = nullptr;
+        damage_.clear();
+        recorded_ = recorder_.finish(&damage_, &changing_);
+        changesSeen_ = changes;
+        unchanged = sameSetup && recorded_ && damage_.empty();
+    }
+    if (!unchanged) {
+        return false;
+    }
+    frameStats_ = FrameStats();
+    frameStats_.whole = FrameStats::WHOLE_NO;
+    frameStats_.skipped = 1;
+    // A swap that does not preserve the back buffer left an older picture there.
+    backBufferStale_ =
+        backBufferStale_ || (!presentPending_ && backBuffer_ != BackBuffer::Preserved);
+    return true;
+}
+
+bool Window::regionToDraw(Damage* region, int32_t* why) {
+    if (!havePicture_) {
+        *why = FrameStats::WHOLE_FIRST;
+    } else if (width != drawnWidth_ || height != drawnHeight_) {
+        *why = FrameStats::WHOLE_RESIZED;
+    } else if (!SameColour(clearColor, drawnClear_)) {
+        *why = FrameStats::WHOLE_CLEAR_COLOUR;
+    } else {
+        EGLint age = 0;
+        if (presentPending_ || backBuffer_ == BackBuffer::Preserved) {
+            age = 1;  // it holds the picture drawn last
+        } else if (backBuffer_ == BackBuffer::Aged &&
+                   !eglQuerySurface(environment->eglDisplay, eglSurface, EGL_BUFFER_AGE_EXT,
+                                    &age)) {
+            age = 0;
+        }
+        if (age <= 0 || age - 1 > historyCount_) {
+            *why = FrameStats::WHOLE_BACK_BUFFER;
+            return false;
+        }
+        region->add(damage_);
+        for (int i = 0; i + 1 < age; ++i) {
+            region->add(history_[i]);
+        }
+        // Beyond about half the window, clipping and culling cost more than they save.
+        if (region->area() * 2 > int64_t{width} * height) {
+            *why = FrameStats::WHOLE_DAMAGE;
+            return false;
+        }
+        *why = FrameStats::WHOLE_NO;
+        return true;
+    }
+    return false;
+}
+
+void Window::setPartialRedraw(bool enabled) {
+    if (enabled == partialRedraw_) {
+        return;
+    }
+    NoteSceneChange();
+    partialRedraw_ = enabled;
+    havePicture_ = presentPending_ = false;
+    historyCount_ = 0;
+    sincePresent_.clear();
+    recorder_.forget();
+    // Whole frames clear before drawing until present clears again.
+    resetLastClearColor();
+    if (enabled) {
+        chooseBackBuffer();
+    } else if (backBuffer_ == BackBuffer::Preserved && eglSurface != EGL_NO_SURFACE) {
+        eglSurfaceAttrib(environment->eglDisplay, eglSurface, EGL_SWAP_BEHAVIOR,
+                         EGL_BUFFER_DESTROYED);
+        backBuffer_ = BackBuffer::Unknown;
+    }
+}
+
+void Window::chooseBackBuffer() {
+    backBuffer_ = BackBuffer::Unknown;
+    if (eglSurface == EGL_NO_SURFACE) {
+        return;
+    }
+    const EGLDisplay display = environment->eglDisplay;
+    if (Context::HasExtension(eglQueryString(display, EGL_EXTENSIONS), "EGL_EXT_buffer_age")) {
+        backBuffer_ = BackBuffer::Aged;
+    } else if (eglSurfaceAttrib(display, eglSurface, EGL_SWAP_BEHAVIOR, EGL_BUFFER_PRESERVED)) {
+        backBuffer_ = BackBuffer::Preserved;
+    } else {
+        KLOGW("partial redraw - the surface keeps no picture (%08X): frames are drawn whole",
+              eglGetError());
+    }
+}
+
+bool Window::presentPartial(Renderer* renderer) {
+    presentPending_ = false;
+    EGLint rects[4 * Damage::kMaximumRects];
+    for (int i = 0; i < sincePresent_.count(); ++i) {
+        const Damage::Rect& rect = sincePresent_[i];
+        EGLint* out = rects + 4 * i;
+        out[0] = rect.x0;
+        out[1] = rect.y0;
+        out[2] = rect.x1 - rect.x0;
+        out[3] = rect.y1 - rect.y0;
+    }
+    const bool swapped = renderer->present(eglSurface, sincePresent_.empty() ? nullptr : rects,
+                                           sincePresent_.count());
+    for (int i = kHistory - 1; i > 0; --i) {
+        history_[i] = history_[i - 1];
+    }
+    history_[0] = sincePresent_;
+    historyCount_ = std::min(historyCount_ + 1, kHistory);
+    sincePresent_.clear();
+    if (!swapped) {
+        KLOGE("present - eglSwapBuffers NG");
+        lossesSeen_ = context->lossCount;
+        havePicture_ = false;
+        return false;
+    }
+    backBufferStale_ = backBuffer_ != BackBuffer::Preserved;
+    return true;
+}
+
+void Window::prepareToRead() {
+    if (!partialRedraw_ || frameGivenUp_ || eglSurface == EGL_NO_SURFACE) {
+        return;
+    }
+    if (backBufferStale_) {
+        havePicture_ = false;
+        render();
+    } else if (frameStats_.skipped != 0) {
+        // A skipped frame made no call, so another window's surface may be current.
+        context->renderer->targetSurface(eglSurface, width, height);
+    }
 }
 
 bool Window::present() {
@@ -213,6 +400,9 @@ bool Window::present() {
         return false;
     }
     Renderer* renderer = context->renderer;
+    if (partialRedraw_) {
+        return presentPending_ ? presentPartial(renderer) : true;  // the screen shows it already
+    }
     if (!renderer->present(eglSurface)) {
         KLOGE("present - eglSwapBuffers NG");
         // Nothing cleared the back buffer for the next frame, which has seen the loss, if any.

@@ -10,6 +10,7 @@
 #include "core/Link.h"
 #include "core/Vector.h"
 #include "draw/Batcher.h"
+#include "draw/FrameRecorder.h"
 #include "draw/Viewport.h"
 #include "gl/Context.h"
 #include "gl/FrameStats.h"
@@ -81,8 +82,31 @@ class Window {
     // What the last render drew.
     const FrameStats& frameStats() const { return frameStats_; }
 
+    // On: each frame draws again only what changed since the picture in the back buffer, and a
+    // frame in which nothing changed draws and swaps nothing. Same pixels as whole frames.
+    void setPartialRedraw(bool enabled);
+    bool partialRedraw() const { return partialRedraw_; }
+    // How a frame knows what the back buffer holds: the picture last drawn (a preserved swap),
+    // the one some swaps ago (the buffer age), or nothing (every frame is drawn whole).
+    enum class BackBuffer : uint8_t { Unknown, Preserved, Aged };
+    BackBuffer backBuffer() const { return backBuffer_; }
+    // Whole frames only, as where the display offers neither; for tests of that case.
+    void forgetBackBuffer() { backBuffer_ = BackBuffer::Unknown; }
+    // A frame in which nothing changed makes no call and leaves the back buffer as it was; where
+    // the swap does not preserve it, it holds an older picture. Before reading the back buffer,
+    // this makes it current and up to date.
+    void prepareToRead();
+
   private:
     void resetLastClearColor();
+    // Partial redraw: records the frame and works out what changed. True when nothing did and
+    // the frame is skipped.
+    bool recordFrame(Renderer* renderer);
+    // With the surface current: what the back buffer needs, or false to draw it whole (`why`).
+    bool regionToDraw(Damage* region, int32_t* why);
+    void chooseBackBuffer();
+    // Swaps the frame drawn, telling the display what changed where it can be told.
+    bool presentPartial(Renderer* renderer);
 
     bool batching_ = true;
     // The last render met a lost context: its back buffer holds nothing to show.
@@ -91,6 +115,31 @@ class Window {
     uint32_t lossesSeen_ = 0;
     Batcher batcher_;
     FrameStats frameStats_;
+
+    bool partialRedraw_ = false;
+    BackBuffer backBuffer_ = BackBuffer::Unknown;
+    FrameRecorder recorder_;
+    // What the recorded frame changed, whether it could be recorded, and whether it shows a
+    // stream that changes by itself.
+    Damage damage_;
+    bool recorded_ = false;
+    bool changing_ = false;
+    // The window holds a picture of the frame last recorded, in the back buffer or on screen.
+    bool havePicture_ = false;
+    // What that picture was drawn with.
+    uint32_t changesSeen_ = 0;
+    int32_t drawnWidth_ = 0;
+    int32_t drawnHeight_ = 0;
+    float drawnClear_[4] = {};
+    // A drawn frame waits for present; the back buffer may be older than the picture.
+    bool presentPending_ = false;
+    bool backBufferStale_ = false;
+    // Damage drawn since the last present, and of the frames presented before, newest first:
+    // what a back buffer of a given age misses.
+    Damage sincePresent_;
+    static constexpr int kHistory = 3;
+    Damage history_[kHistory];
+    int32_t historyCount_ = 0;
 };
 
 }  // namespace kesto

@@ -3,6 +3,7 @@
 #include <EGL/eglext.h>
 
 #include <cstring>
+#include <initializer_list>
 
 #include "core/Accounting.h"
 #include "gl/Environment.h"
@@ -23,7 +24,9 @@ namespace {
 Mutex g_liveLock;
 Context* g_live = nullptr;
 
-bool HasExtension(const char* list, const char* name) {
+}  // namespace
+
+bool Context::HasExtension(const char* list, const char* name) {
     const size_t length = std::strlen(name);
     for (const char* at = list; at != nullptr && (at = std::strstr(at, name)) != nullptr;
          at += length) {
@@ -33,8 +36,6 @@ bool HasExtension(const char* list, const char* name) {
     }
     return false;
 }
-
-}  // namespace
 
 Context::Context() {
     MutexGuard guard(g_liveLock);
@@ -278,12 +279,29 @@ bool Context::makeCurrent(EGLSurface surface) {
     return false;
 }
 
-bool Context::swapBuffers(EGLSurface surface) {
+bool Context::swapBuffers(EGLSurface surface, EGLint* rects, EGLint count) {
     if (lossPending_ || lost_) {
         recoverFromLoss("eglSwapBuffers", surface);
         return false;
     }
-    if (!eglSwapBuffers(environment->eglDisplay, surface)) {
+    const EGLDisplay display = environment->eglDisplay;
+    if (rects != nullptr && !swapWithDamageLooked_) {
+        swapWithDamageLooked_ = true;
+        const char* extensions = eglQueryString(display, EGL_EXTENSIONS);
+        for (const char* name :
+             {"EGL_KHR_swap_buffers_with_damage", "EGL_EXT_swap_buffers_with_damage"}) {
+            if (swapWithDamage_ == nullptr && HasExtension(extensions, name)) {
+                // Both name the same entry point but for the suffix.
+                swapWithDamage_ = reinterpret_cast<decltype(swapWithDamage_)>(
+                    eglGetProcAddress(name[4] == 'K' ? "eglSwapBuffersWithDamageKHR"
+                                                     : "eglSwapBuffersWithDamageEXT"));
+            }
+        }
+    }
+    const bool swapped = rects != nullptr && swapWithDamage_ != nullptr
+                             ? swapWithDamage_(display, surface, rects, count)
+                             : eglSwapBuffers(display, surface);
+    if (!swapped) {
         const EGLint error = eglGetError();
         if (error == EGL_CONTEXT_LOST) {
             recoverFromLoss("eglSwapBuffers", surface);

@@ -79,7 +79,11 @@ class Context : public LinkTarget {
     // The EGL calls that can report a loss. False when the call failed or met a loss: the work it
     // was part of used GL objects that are gone, so a frame gives up and is drawn again.
     bool makeCurrent(EGLSurface surface);
-    bool swapBuffers(EGLSurface surface);
+    // With rectangles (x, y from the bottom, width, height), tells the display which part
+    // changed, where it can be told.
+    bool swapBuffers(EGLSurface surface, EGLint* rects = nullptr, EGLint count = 0);
+    // Whether the space-separated extension list names `name`.
+    static bool HasExtension(const char* list, const char* name);
     // Destroys the EGL context, and with it every GL object, under the engine; the next EGL call
     // reports the loss as a real one does.
     bool simulateLoss();
@@ -111,6 +115,8 @@ class Context : public LinkTarget {
     bool robust_ = false;
     bool resetQueryLooked_ = false;
     PFNGLGETGRAPHICSRESETSTATUSEXTPROC resetStatus_ = nullptr;
+    bool swapWithDamageLooked_ = false;
+    EGLBoolean(EGLAPIENTRY* swapWithDamage_)(EGLDisplay, EGLSurface, EGLint*, EGLint) = nullptr;
     Context* nextLive_ = nullptr;
 };
 

@@ -7,6 +7,8 @@
 
 #include <cstdint>
 
+#include "core/Changes.h"
+
 namespace kesto {
 
 class ShaderProgram;
@@ -42,6 +44,11 @@ struct DrawItem {
     bool (*writeUniforms)(const void* source, GLuint program) = nullptr;
     const void* uniformSource = nullptr;
     bool hasUniforms = false;
+    // The extra uniforms' names and values, mixed: a changed value changes the picture.
+    uint64_t uniformHash = 0;
+    // False: a picture queued for the texture waits for a later frame. A partial frame redraws
+    // unchanged meshes with the picture they were drawn with, so that no frame shows two.
+    bool mayUpload = true;
 
     // Takes the texture's name and kind, after uploading what it has pending when `upload`.
     inline void realizeTexture(bool upload = true);
@@ -63,8 +70,16 @@ class TextureSource {
     virtual int textureWidth() const = 0;
     virtual int textureHeight() const = 0;
 
+    // Changes with every new picture (an upload, a render into it, a clear, a lost context) and
+    // never repeats, also across textures: a frame can tell the picture it drew from a new one.
+    uint32_t pictureVersion() const { return pictureVersion_; }
+    void pictureChanged() { pictureVersion_ = NewPictureVersion(); }
+
   protected:
     ~TextureSource() = default;
+
+  private:
+    uint32_t pictureVersion_ = NewPictureVersion();
 };
 
 void DrawItem::realizeTexture(bool upload) {

@@ -70,7 +70,7 @@ void Renderer::renderMesh(DrawItem& item) {
     if (!vertices.bindGLBuffer(context)) {
         return;
     }
-    item.realizeTexture();
+    item.realizeTexture(item.mayUpload);
     const GLuint textureName = item.texture;
     const bool external = item.textureKind == DrawItem::TextureKind::External;
     glBindBuffer(GL_ARRAY_BUFFER, vertices.glBuffer);
@@ -95,8 +95,7 @@ void Renderer::renderMesh(DrawItem& item) {
             KLOGE("RenderMesh OES Texture is null");
             return;
         }
-        glEnable(GL_BLEND);
-        glBlendFunc(GL_SRC_ALPHA, GL_ONE_MINUS_SRC_ALPHA);
+        setBlend(BlendMode::Straight);
         SetTransforms(program, projectionMatrix, modelViewMatrix);
         if (item.textureKind != DrawItem::TextureKind::None) {
             // Until the stream sets one, the texture transform is the identity.
@@ -114,7 +113,7 @@ void Renderer::renderMesh(DrawItem& item) {
         CountDraw(1, vertexCount, true);
         glDisableVertexAttribArray(kPositionAttribute);
         glDisableVertexAttribArray(kTexCoordAttribute);
-        glDisable(GL_BLEND);
+        setBlend(BlendMode::Off);
         return;
     }
 
@@ -141,7 +140,7 @@ void Renderer::renderMesh(DrawItem& item) {
     float colour[4];
     TexturedColour(item, blend, colour);
     program->setBlendColor(colour[0], colour[1], colour[2], colour[3]);
-    SetBlend(blend);
+    setBlend(blend);
     SetVertexPointers(vertices, true);
     glActiveTexture(GL_TEXTURE0);
     glBindTexture(GL_TEXTURE_2D, textureName);
@@ -192,22 +191,55 @@ void Renderer::TexturedColour(const DrawItem& item, BlendMode blend, float colou
     }
 }
 
-void Renderer::SetBlend(BlendMode blend) {
-    switch (blend) {
+void Renderer::setBlend(BlendMode mode) {
+    switch (mode) {
         case BlendMode::Inherit:
             break;
         case BlendMode::Off:
             glDisable(GL_BLEND);
+            blend.enabled = false;
             break;
         case BlendMode::Straight:
             glEnable(GL_BLEND);
             glBlendFunc(GL_SRC_ALPHA, GL_ONE_MINUS_SRC_ALPHA);
+            blend = BlendState{true, mode};
             break;
         case BlendMode::Premultiplied:
             glEnable(GL_BLEND);
             glBlendFunc(GL_ONE, GL_ONE_MINUS_SRC_ALPHA);
+            blend = BlendState{true, mode};
             break;
     }
+}
+
+void Renderer::setBlendState(BlendState state) {
+    if (state.function != BlendMode::Inherit) {
+        setBlend(state.function);
+    }
+    if (!state.enabled) {
+        setBlend(BlendMode::Off);
+    } else if (!blend.enabled) {
+        glEnable(GL_BLEND);
+        blend.enabled = true;
+    }
+}
+
+Renderer::BlendState Renderer::blendAfter(const DrawItem& item, bool textured, BlendState before,
+                                          bool* inherits) {
+    // As renderMesh picks its path.
+    *inherits = false;
+    const bool external = item.textureKind == DrawItem::TextureKind::External;
+    ShaderProgram* program = item.program;
+    if (program != nullptr ? program->textureMatrixFlag == 1 : external) {
+        return textured ? BlendState{false, BlendMode::Straight} : before;
+    }
+    // The remembered program only: looking one up would build it, and this runs without GL.
+    if (program != nullptr ? program == builtInPrograms_[PROGRAM_NO_TEXTURE] : !textured) {
+        *inherits = true;
+        return before;
+    }
+    const BlendMode mode = TexturedBlend(item);
+    return mode == BlendMode::Off ? BlendState{false, before.function} : BlendState{true, mode};
 }
 
 void Renderer::CountDraw(int meshes, int vertexCount, bool textured) {
@@ -244,7 +276,7 @@ void Renderer::drawBatch(const BatchDraw& batch) {
     glBufferData(GL_ELEMENT_ARRAY_BUFFER,
                  static_cast<GLsizeiptr>(batch.indexCount) * sizeof(uint16_t), batch.indices,
                  GL_STREAM_DRAW);
-    SetBlend(batch.blend);
+    setBlend(batch.blend);
     constexpr GLsizei kStride = kBatchVertexFloats * sizeof(float);
     glEnableVertexAttribArray(kPositionAttribute);
     glEnableVertexAttribArray(kTexCoordAttribute);

@@ -129,6 +129,7 @@ bool Renderer::toggleRenderToTexture(TextureSource* texture) {
         return false;
     }
     setViewport(0, 0, width, height);
+    texture->pictureChanged();
     return true;
 }
 

@@ -44,6 +44,7 @@ void Renderer::deinit() {
 }
 
 void Renderer::forgetGLObjects() {
+    blend = BlendState();
     for (GLuint* name :
          {&framebuffer, &renderbuffer, &postProcessPositionBuffer, &postProcessTexCoordBuffer,
           &postProcessIndexBuffer, &streamVertexBuffer, &streamIndexBuffer}) {
@@ -65,8 +66,17 @@ void Renderer::clearStatus() {
     glDisable(GL_DEPTH_TEST);
     glDepthFunc(GL_LEQUAL);
     glEnable(GL_BLEND);
-    targetWidth = targetHeight = 0;
-    viewportWidth = viewportHeight = 0;
+    blend.enabled = true;
+    beginRecording(0, 0);
+    recording = false;
+}
+
+void Renderer::beginRecording(int width, int height) {
+    recording = true;
+    targetWidth = width;
+    targetHeight = height;
+    viewportX = viewportY = viewportWidth = viewportHeight = 0;
+    scissorOn = false;
     projectionMatrix.setAsIdentity();
     viewMatrix.setAsIdentity();
     worldMatrix.setAsIdentity();
@@ -93,7 +103,11 @@ void Renderer::clearBuffers(float r, float g, float b, float a) {
 
 void Renderer::setViewport(int x, int y, int width, int height) {
     flushSink(FrameStats::BREAK_TARGET);
-    glViewport(x, y, width, height);
+    if (!recording) {
+        glViewport(x, y, width, height);
+    }
+    viewportX = x;
+    viewportY = y;
     viewportWidth = width;
     viewportHeight = height;
 }
@@ -120,21 +134,30 @@ void Renderer::renderCoordinates(float length) {
 
 void Renderer::beginScissor(int x, int y, int width, int height) {
     flushSink(FrameStats::BREAK_SCISSOR);
-    glEnable(GL_SCISSOR_TEST);
     // In 64 bits: an area far outside the viewport must not wrap around into it.
     const int64_t bottom = int64_t{viewportHeight} - (int64_t{y} + height);
-    glScissor(x, static_cast<GLint>(std::clamp<int64_t>(bottom, INT32_MIN, INT32_MAX)), width,
-              height);
+    scissorOn = true;
+    scissorBox[0] = x;
+    scissorBox[1] = static_cast<int32_t>(std::clamp<int64_t>(bottom, INT32_MIN, INT32_MAX));
+    scissorBox[2] = width;
+    scissorBox[3] = height;
+    if (!recording) {
+        glEnable(GL_SCISSOR_TEST);
+        glScissor(scissorBox[0], scissorBox[1], width, height);
+    }
 }
 
 void Renderer::endScissor() {
     flushSink(FrameStats::BREAK_SCISSOR);
-    glDisable(GL_SCISSOR_TEST);
+    scissorOn = false;
+    if (!recording) {
+        glDisable(GL_SCISSOR_TEST);
+    }
 }
 
-bool Renderer::present(EGLSurface surface) {
+bool Renderer::present(EGLSurface surface, EGLint* damageRects, EGLint damageCount) {
     flushSink(FrameStats::BREAK_TARGET);
-    return context->swapBuffers(surface);
+    return context->swapBuffers(surface, damageRects, damageCount);
 }
 
 }  // namespace kesto

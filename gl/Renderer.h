@@ -34,13 +34,34 @@ class DrawSink {
 
 class Renderer {
   public:
+    // The GL blend state as the engine's draws left it, which an untextured draw inherits. Inherit
+    // as the function: none the engine sets (GL's default, or unknown after a loss).
+    struct BlendState {
+        bool enabled = false;
+        BlendMode function = BlendMode::Inherit;
+        bool operator==(const BlendState& other) const {
+            return enabled == other.enabled && function == other.function;
+        }
+        bool operator!=(const BlendState& other) const { return !(*this == other); }
+    };
+
     EGLDisplay eglDisplay;
     EGLContext eglContext;
     Context* context;
     int32_t targetWidth = 0;
     int32_t targetHeight = 0;
+    int32_t viewportX = 0;
+    int32_t viewportY = 0;
     int32_t viewportWidth = 0;
     int32_t viewportHeight = 0;
+    // The clip of the scissor being drawn, in GL window coordinates (x, y from the bottom, width,
+    // height), when scissorOn.
+    bool scissorOn = false;
+    int32_t scissorBox[4] = {};
+    // Viewport and scissor changes are noted without GL calls: the frame is recorded to be drawn
+    // later (see DrawSink).
+    bool recording = false;
+    BlendState blend;
     Matrix projectionMatrix;
     Matrix viewMatrix;
     Matrix worldMatrix;
@@ -91,6 +112,9 @@ class Renderer {
 
     // Resets GL and renderer state at the start of every render pass.
     void clearStatus();
+    // The renderer state clearStatus leaves, without GL calls, for a recorded frame of this size.
+    void beginRecording(int width, int height);
+    void endRecording() { recording = false; }
     // Makes the surface current directly, bypassing Context::targetSurface. False when it
     // cannot, or when the context was lost (it is then replaced, without its GL objects).
     bool targetSurface(EGLSurface surface, int width, int height);
@@ -138,7 +162,7 @@ class Renderer {
     // Inert: fills a table of axis lines that nothing draws.
     void renderCoordinates(float length);
     // False when the swap failed or met a loss.
-    bool present(EGLSurface surface);
+    bool present(EGLSurface surface, EGLint* damageRects = nullptr, EGLint damageCount = 0);
     // Ends a render pass: draws what the sink holds.
     void flush() { flushSink(FrameStats::BREAK_NONE); }
 
@@ -159,10 +183,15 @@ class Renderer {
     // they draw the same pixels.
     static BlendMode TexturedBlend(const DrawItem& item);
     static void TexturedColour(const DrawItem& item, BlendMode blend, float colour[4]);
+    // The blend state a draw of `item` leaves after `before`; `textured`: its texture has a
+    // picture. Sets `inherits` when the draw blends with `before` as it stands.
+    BlendState blendAfter(const DrawItem& item, bool textured, BlendState before, bool* inherits);
+    // Makes the GL blend state `state` (a function the engine never set stays as it is).
+    void setBlendState(BlendState state);
 
   private:
     static bool WriteUniforms(const DrawItem& item, ShaderProgram* program);
-    static void SetBlend(BlendMode blend);
+    void setBlend(BlendMode mode);
     void CountDraw(int meshes, int vertexCount, bool textured);
 
     ShaderProgram* builtInPrograms_[PROGRAM_COUNT] = {};

@@ -4,6 +4,7 @@
 #include <cstring>
 
 #include "core/Accounting.h"
+#include "core/Changes.h"
 #include "gl/Context.h"
 #include "gl/Environment.h"
 #include "platform/Log.h"
@@ -45,6 +46,7 @@ bool VertexBuffer::allocateBuffer(int contentFlags, unsigned int count) {
 }
 
 void VertexBuffer::freeBuffer() {
+    NoteSceneChange();
     unbindGLBuffer();
     DeleteArray(buffer);
     buffer = nullptr;
@@ -118,6 +120,7 @@ void VertexBuffer::setVertexPosition(unsigned int index, float x, float y, float
     const float position[3] = {x, y, z};
     std::memcpy(vertexAt(index, positionOffset), position, sizeof position);
     unbindGLBuffer();
+    NoteSceneChange();
 }
 
 void VertexBuffer::setVertexTextureCoordinates(unsigned int index, float u, float v) {
@@ -132,6 +135,7 @@ void VertexBuffer::setVertexTextureCoordinates(unsigned int index, float u, floa
     const float coordinates[2] = {u, v};
     std::memcpy(vertexAt(index, texCoordOffset), coordinates, sizeof coordinates);
     unbindGLBuffer();
+    NoteSceneChange();
 }
 
 Vector* VertexBuffer::getVertexPosition(unsigned int index) {

@@ -174,6 +174,7 @@ void Texture::adoptName(int32_t bytes) {
     Context* context = Context::Current();
     glContext_ = context != nullptr ? &context->glObjects : nullptr;
     pictureLost_ = false;
+    pictureChanged();
 }
 
 void Texture::contextGoing() {
@@ -215,6 +216,7 @@ bool Texture::setupByBitmap(Bitmap* bitmap, bool swap) {
     // moment pushEnd releases it and uploads with the recorded size.
     recordSize(item->value.width, item->value.height);
     inputBitmapsQueue.pushEnd(item);
+    NoteSceneChange();
     return true;
 }
 
@@ -230,6 +232,7 @@ bool Texture::setupByBitmap_InRenderThread(Bitmap* bitmap, bool swap) {
     }
     recordSize(inputBitmapInRenderThread.width, inputBitmapInRenderThread.height);
     inputBitmapInRenderThreadValid = true;
+    NoteSceneChange();
     return true;
 }
 
@@ -244,6 +247,7 @@ bool Texture::setupByNativeBitmap(NativeBitmap* bitmap, bool swap) {
     }
     recordSize(inputNativeBitmap.width, inputNativeBitmap.height);
     inputNativeBitmapValid = true;
+    NoteSceneChange();
     return true;
 }
 
@@ -297,6 +301,9 @@ GLuint Texture::realize(bool upload) {
 void Texture::setFilter(GLint minMagFilter) {
     filterPending_ = filter != minMagFilter && !isOESTexture;
     filter = minMagFilter;
+    if (filterPending_) {
+        pictureChanged();
+    }
 }
 
 DrawItem::TextureKind Texture::drawKind() const {
@@ -396,6 +403,7 @@ void Texture::destroyRenderTexture() {
         }
         glContext_ = nullptr;
         renderTextureHandle = 0;
+        pictureChanged();
         GLTexturesCount.fetch_sub(1, std::memory_order_relaxed);
         GLTexturesBytes.fetch_sub(textureBytes, std::memory_order_relaxed);
         textureBytes = 0;
@@ -498,6 +506,7 @@ bool Texture::realizeSubTexture(int x, int y, const Bitmap::BitmapInfo& bitmapIn
         destroyRenderTexture();
         return false;
     }
+    pictureChanged();
     return true;
 }
 
@@ -541,6 +550,7 @@ void Texture::setTextureTransform(float m0, float m1, float m2, float m3, float 
     textureTransform->m[13] = m13;
     textureTransform->m[14] = m14;
     textureTransform->m[15] = m15;
+    pictureChanged();
 }
 
 int Texture::CalculateHigherOrEqualPowerOfTwoDimension(int n) {

@@ -536,6 +536,7 @@ KESTO_NATIVE(jobject, Window_1NativeGetSnapshot)
         KLOGE("Window_GetSnapshot: context is null");
         return nullptr;
     }
+    window->prepareToRead();
     if (x == 0 && y == 0 && width == 0 && height == 0) {
         width = window->width;
         height = window->height;

@@ -24,6 +24,7 @@ Camera::~Camera() {
 }
 
 void Camera::usePerspectiveProjectionH(float fieldOfView, float nearPlane, float farPlane) {
+    NoteSceneChange();
     fov = fieldOfView;
     zNear = nearPlane;
     zFar = farPlane;

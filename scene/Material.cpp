@@ -3,6 +3,7 @@
 #include <cstring>
 
 #include "core/Accounting.h"
+#include "core/Changes.h"
 #include "platform/Log.h"
 
 KESTO_LOG_TAG("KestoMaterial");
@@ -10,12 +11,14 @@ KESTO_LOG_TAG("KestoMaterial");
 namespace kesto {
 
 void Material::setColor(unsigned char r, unsigned char g, unsigned char b) {
+    NoteSceneChange();
     red = static_cast<float>(r / 255.0);
     green = static_cast<float>(g / 255.0);
     blue = static_cast<float>(b / 255.0);
 }
 
 void Material::setAlpha(unsigned char a) {
+    NoteSceneChange();
     alpha = static_cast<float>(a / 255.0);
 }
 
@@ -23,6 +26,7 @@ bool Material::setTexture(int index, Texture* slotTexture) {
     if (index != 0) {
         return false;
     }
+    NoteSceneChange();
     texture = slotTexture;
     return true;
 }
@@ -32,6 +36,7 @@ bool Material::setUniformVariable(const char* name, int num, UniformType type, v
         KLOGE("setUniformVariable NG - parameter NG, name:%p num:%d data%p", name, num, data);
         return false;
     }
+    NoteSceneChange();
     const size_t bytes = static_cast<size_t>(num) * 4;
     for (auto* node = uniformVariables.head; node != nullptr; node = node->next) {
         uniformVariableData& variable = node->value;
@@ -183,9 +188,21 @@ void Material::describeUniforms(DrawItem* item) const {
     };
     item->uniformSource = this;
     item->hasUniforms = uniformVariables.head != nullptr;
+    uint64_t hash = 0;
+    for (auto* node = uniformVariables.head; node != nullptr; node = node->next) {
+        const uniformVariableData& variable = node->value;
+        hash = (hash ^ reinterpret_cast<uintptr_t>(variable.name)) * 0x9E3779B97F4A7C15ull;
+        for (int32_t i = 0; i < variable.num; ++i) {
+            uint32_t word;
+            std::memcpy(&word, static_cast<const uint8_t*>(variable.data) + 4 * i, 4);
+            hash = (hash ^ word) * 0x9E3779B97F4A7C15ull;
+        }
+    }
+    item->uniformHash = hash;
 }
 
 void Material::clearUniformVariable() {
+    NoteSceneChange();
     for (auto* node = uniformVariables.head; node != nullptr; node = node->next) {
         DeleteArray(static_cast<int32_t*>(node->value.data));
         DeleteArray(node->value.name);

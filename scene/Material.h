@@ -7,6 +7,7 @@
 
 #include <cstdint>
 
+#include "core/Changes.h"
 #include "core/Link.h"
 #include "core/List.h"
 #include "gl/DrawItem.h"
@@ -50,9 +51,15 @@ class Material {
     void setAlpha(unsigned char a);
     bool setTexture(int index, Texture* slotTexture);
     Texture* getTexture(int index) const { return index == 0 ? texture.get() : nullptr; }
-    void setRGBOperation(int operation) { rgbOperation = operation; }
+    void setRGBOperation(int operation) {
+        NoteSceneChange();
+        rgbOperation = operation;
+    }
     void setEnableColorBlending(bool enabled) { enableColorBlending = enabled; }
-    void setShaderProgram(ShaderProgram* program) { shaderProgram = program; }
+    void setShaderProgram(ShaderProgram* program) {
+        NoteSceneChange();
+        shaderProgram = program;
+    }
     ShaderProgram* getShaderProgram() const { return shaderProgram; }
 
     // A variable keeps the count and type of its first setting; later settings only change its

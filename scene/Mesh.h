@@ -2,6 +2,7 @@
 // it does not own.
 #pragma once
 
+#include "core/Changes.h"
 #include "core/Ray.h"
 #include "gl/VertexBuffer.h"
 
@@ -32,10 +33,19 @@ class Mesh {
     // Positions and texture coordinates, contents unset.
     bool setup(RENDER_PRIMITIVE_TYPE type, unsigned int vertexCount);
     void clear();
-    void setMaterial(Material* meshMaterial) { material = meshMaterial; }
+    void setMaterial(Material* meshMaterial) {
+        NoteSceneChange();
+        material = meshMaterial;
+    }
     Material* getMaterial() const { return material; }
-    void setVisible(bool value) { visible = value; }
-    void setRenderable(bool value) { renderable = value; }
+    void setVisible(bool value) {
+        NoteSceneChange();
+        visible = value;
+    }
+    void setRenderable(bool value) {
+        NoteSceneChange();
+        renderable = value;
+    }
     void setTouchable(bool value) { touchable = value; }
     void render(Renderer* renderer);
     // Reads the vertices as a strip; the first triangle hit decides. Answers only whether the

@@ -1,4 +1,5 @@
 #include "scene/SceneNode.h"
+#include "core/Changes.h"
 
 #include "gl/Environment.h"
 #include "gl/Renderer.h"
@@ -45,19 +46,34 @@ bool SceneNode::hitTest(const Ray& /*localRay*/, Vector* /*hitPosition*/, Vector
     return false;
 }
 
+namespace {
+
+// Setters run every frame with the same values (a camera placed for its window): only a new value
+// is a change to show.
+void NoteIfChanged(const Vector& old, const Vector& value) {
+    if (old.x != value.x || old.y != value.y || old.z != value.z) {
+        NoteSceneChange();
+    }
+}
+
+}  // namespace
+
 void SceneNode::setPosition(const Vector& value) {
+    NoteIfChanged(position, value);
     position = value;
     transformDirty = true;
     setWorldTransformDirtyToSelfAndChildren();
 }
 
 void SceneNode::setRotate(const Vector& value) {
+    NoteIfChanged(rotate, value);
     rotate = value;
     transformDirty = true;
     setWorldTransformDirtyToSelfAndChildren();
 }
 
 void SceneNode::setScale(const Vector& value) {
+    NoteIfChanged(scale, value);
     scale = value;
     transformDirty = true;
     setWorldTransformDirtyToSelfAndChildren();
@@ -151,6 +167,7 @@ bool SceneNode::addChild(SceneNode* child, bool atFront) {
         return false;
     }
     child->parent = this;
+    NoteSceneChange();
     child->setWorldTransformDirtyToSelfAndChildren();
     child->applyParentGroupAlpha(appliedGroupAlpha);
     return true;
@@ -166,11 +183,13 @@ void SceneNode::removeChild(SceneNode* child) {
         return;
     }
     children.erase(node);
+    NoteSceneChange();
     child->parent = nullptr;
     child->setWorldTransformDirtyToSelfAndChildren();
 }
 
 void SceneNode::setGroupAlpha(float alpha) {
+    NoteSceneChange();
     groupAlpha = alpha;
     applyParentGroupAlpha(parent != nullptr ? parent->appliedGroupAlpha : 1.0f);
 }

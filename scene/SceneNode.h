@@ -5,6 +5,7 @@
 
 #include <cstdint>
 
+#include "core/Changes.h"
 #include "core/List.h"
 #include "core/Matrix.h"
 #include "core/Ray.h"
@@ -61,11 +62,20 @@ class SceneNode {
     virtual bool hitTest(const Ray& localRay, Vector* hitPosition, Vector* hitNormal,
                          Vector* hitDirection);
 
-    void setVisible(bool value) { visible = value; }
+    void setVisible(bool value) {
+        NoteSceneChange();
+        visible = value;
+    }
     bool getVisible() const { return visible; }
-    void setChildrenRenderOrderMode(int mode) { childrenRenderOrderMode = mode; }
+    void setChildrenRenderOrderMode(int mode) {
+        NoteSceneChange();
+        childrenRenderOrderMode = mode;
+    }
     int getChildrenRenderOrderMode() const { return childrenRenderOrderMode; }
-    void setRenderOrder(int order) { renderOrder = order; }
+    void setRenderOrder(int order) {
+        NoteSceneChange();
+        renderOrder = order;
+    }
     int getRenderOrder() const { return renderOrder; }
     const Vector& getScale() const { return scale; }
     const Vector& getRotate() const { return rotate; }

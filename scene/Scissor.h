@@ -3,6 +3,7 @@
 // it is done.
 #pragma once
 
+#include "core/Changes.h"
 #include "scene/SceneNode.h"
 
 namespace kesto {
@@ -18,6 +19,7 @@ class Scissor : public SceneNode {
     ~Scissor() override = default;
 
     void setArea(int areaX, int areaY, int areaWidth, int areaHeight) {
+        NoteSceneChange();
         x = areaX;
         y = areaY;
         width = areaWidth;
