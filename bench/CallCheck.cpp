@@ -372,6 +372,23 @@ int main(int argc, char** argv) {
             kQueries, queries.size(), updates.size());
         results.set("calls.hit_test", static_cast<double>(queries.size()));
         results.set("calls.set_position", static_cast<double>(updates.size()));
+        // With partial redraw, a frame in which nothing changed draws and swaps nothing.
+        constexpr int kIdleFrames = 1000;
+        harness.window->setPartialRedraw(true);
+        harness.window->render();
+        harness.window->present();
+        Trace idle;
+        {
+            Recording recording(&idle);
+            for (int i = 0; i < kIdleFrames; ++i) {
+                harness.window->render();
+                harness.window->present();
+            }
+        }
+        harness.window->setPartialRedraw(false);
+        std::printf("  %d unchanged frames with partial redraw: %zu calls\n", kIdleFrames,
+                    idle.size());
+        results.set("calls.idle_frames", static_cast<double>(idle.size()));
     }
 
     texture.reset();

@@ -292,6 +292,65 @@ void RegisterUpdates() {
     }
 }
 
+// Partial redraw against the same scene drawn whole: a few sprites moving a pixel a frame, none,
+// and all of them. Each round runs both sides, alternating which goes first.
+struct PartialCase {
+    const char* name;
+    int count;
+    int moving;
+};
+constexpr PartialCase kPartialCases[] = {{"one_of_1000", 1000, 1},
+                                         {"ten_of_10000", 10000, 10},
+                                         {"none_of_1000", 1000, 0},
+                                         {"all_of_1000", 1000, 1000}};
+
+void RegisterPartial() {
+    for (int round = 0; round < g->options.rounds; ++round) {
+        for (const PartialCase& c : kPartialCases) {
+            for (int side = 0; side < 2; ++side) {
+                const bool partial = (side == 0) == (round % 2 == 0);
+                const std::string name = RoundName(
+                    Format("partial/%s/%s", c.name, partial ? "partial" : "whole"), round);
+                benchmark::RegisterBenchmark(
+                    name.c_str(),
+                    [c, partial](benchmark::State& state) {
+                        Prepare(c.count);
+                        EngineSprites& scene = *g->engine[c.count];
+                        scene.show(TheWindow());
+                        TheWindow()->setPartialRedraw(partial);
+                        // Spread over the scene's order, as moving sprites are in an app.
+                        std::vector<Sprite*> moving;
+                        std::vector<Vector> home;
+                        for (int i = 0; i < c.moving; ++i) {
+                            moving.push_back(scene.sprites[i * (c.count / c.moving)].get());
+                            home.push_back(moving.back()->getPosition());
+                        }
+                        EngineFrame();
+                        EngineFrame();
+                        bool away = false;
+                        for (auto _ : state) {
+                            away = !away;
+                            for (size_t i = 0; i < moving.size(); ++i) {
+                                const Vector& at = home[i];
+                                moving[i]->setPosition(away ? Vector(at.x + 1.0f, at.y + 1.0f, 0.0f)
+                                                            : at);
+                            }
+                            EngineFrame();
+                        }
+                        for (size_t i = 0; i < moving.size(); ++i) {
+                            moving[i]->setPosition(home[i]);
+                        }
+                        TheWindow()->setPartialRedraw(false);
+                    })
+                    ->MinTime(g->options.minTime)
+                    ->MeasureProcessCPUTime()
+                    ->UseRealTime()
+                    ->Unit(benchmark::kMillisecond);
+            }
+        }
+    }
+}
+
 void RegisterHitTests() {
     for (int count : kSpriteCounts) {
         for (const bool miss : {true, false}) {
@@ -727,6 +786,26 @@ void PrintTable(const CollectingReporter& reporter, const MachineInfo& machine,
                change && changeCalls && *change < 5e-6 && *changeCalls == 0));
     add("  GL/EGL calls per level change", changeCalls ? Format("%.0f", *changeCalls) : na);
 
+    for (const PartialCase& c : kPartialCases) {
+        const auto partial = median(Format("partial/%s/partial", c.name));
+        const auto whole = median(Format("partial/%s/whole", c.name));
+        const bool known = partial && whole;
+        add(Format("partial redraw, %d of %d moving: partial / whole", c.moving, c.count),
+            known ? Format("%.3f ms / %.3f ms", *partial * 1e3, *whole * 1e3) : na);
+        if (c.moving == 0) {
+            const auto idleCalls = g->calls.number("calls.idle_frames");
+            add("  unchanged frame, GL/EGL calls in 1000",
+                known && idleCalls ? Format("%.3f ms, %.0f calls", *partial * 1e3, *idleCalls) : na,
+                "<= 0.05 ms, no call",
+                target(known && idleCalls,
+                       known && idleCalls && *partial <= 0.05e-3 && *idleCalls == 0));
+        } else {
+            const double limit = c.moving == c.count ? 1.05 : 0.30;
+            add("  ratio", known ? Format("%.3f", *partial / *whole) : na, Format("<= %.2f", limit),
+                target(known, known && *partial / *whole <= limit));
+        }
+    }
+
     if (const auto* memory = reporter.find(Format("memory/heap_per_sprite/%d", kMemoryCount))) {
         add(Format("heap per sprite, N=%d", kMemoryCount),
             Format("%.0f B", memory->counters.at("bytes_per_sprite")));
@@ -900,6 +979,7 @@ int main(int argc, char** argv) {
 
     RegisterFrames();
     RegisterUpdates();
+    RegisterPartial();
     RegisterHitTests();
     RegisterMemory();
     RegisterUploads();

@@ -179,15 +179,18 @@ void Window::render() {
         KLOGE("render - eglSurface 0");
         return;
     }
-    if (!NativeWindowAlive(nativeWindow)) {
-        KLOGE("render NG - native window lost");
-        return;
-    }
     Renderer* renderer = context->renderer;
     // A loss that another call met and recovered from took the objects this frame would draw.
     const bool lostSince = context->lossCount != lossesSeen_;
-    const bool replay = partialRedraw_ && !lostSince;
+    // A loss already known is met by drawing: skipping would hide it.
+    const bool replay = partialRedraw_ && !lostSince && !context->lost();
+    // A frame that draws nothing does not ask after the native window either (on the desktop
+    // that is a round trip to the X server); the next frame that draws does.
     if (replay && recordFrame(renderer)) {
+        return;
+    }
+    if (!NativeWindowAlive(nativeWindow)) {
+        KLOGE("render NG - native window lost");
         return;
     }
     renderer->clearStatus();
@@ -391,6 +394,9 @@ bool Window::present() {
         KLOGE("present - eglSurface 0");
         return false;
     }
+    if (partialRedraw_ && !presentPending_ && !frameGivenUp_) {
+        return true;  // nothing new: the screen shows it already
+    }
     if (!NativeWindowAlive(nativeWindow)) {
         KLOGE("present NG - native window lost");
         return false;
@@ -401,7 +407,7 @@ bool Window::present() {
     }
     Renderer* renderer = context->renderer;
     if (partialRedraw_) {
-        return presentPending_ ? presentPartial(renderer) : true;  // the screen shows it already
+        return presentPartial(renderer);
     }
     if (!renderer->present(eglSurface)) {
         KLOGE("present - eglSwapBuffers NG");

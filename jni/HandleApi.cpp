@@ -402,6 +402,14 @@ KESTO_NATIVE(void, Window_1SetBatching)(JNIEnv*, jclass, jint handle, jboolean e
     }
 }
 
+KESTO_NATIVE(void, Window_1SetPartialRedraw)(JNIEnv*, jclass, jint handle, jboolean enabled) {
+    const auto engine = LockEngine();
+    Window* window;
+    if (Resolve(__func__, handle, &window)) {
+        window->setPartialRedraw(enabled != JNI_FALSE);
+    }
+}
+
 KESTO_NATIVE(jint, Window_1GetFrameStatistics)
 (JNIEnv* jniEnv, jclass, jint handle, jintArray out) {
     const auto engine = LockEngine();
@@ -415,11 +423,16 @@ KESTO_NATIVE(jint, Window_1GetFrameStatistics)
     }
     const FrameStats& stats = window->frameStats();
     const int64_t textureBytes = Texture::GLTexturesBytes.load(std::memory_order_relaxed);
-    jint values[6 + FrameStats::BREAK_COUNT] = {
+    jint values[6 + FrameStats::BREAK_COUNT + 4] = {
         stats.meshes,   stats.drawCalls,
         stats.batches,  stats.textureBinds,
         stats.vertices, static_cast<jint>(std::min<int64_t>(textureBytes, INT32_MAX))};
     std::copy(stats.breaks, stats.breaks + FrameStats::BREAK_COUNT, values + 6);
+    jint* partial = values + 6 + FrameStats::BREAK_COUNT;
+    partial[0] = stats.whole;
+    partial[1] = stats.damagedPixels;
+    partial[2] = stats.meshesSkipped;
+    partial[3] = stats.skipped;
     const jsize count = std::min<jsize>(jniEnv->GetArrayLength(out), std::size(values));
     jniEnv->SetIntArrayRegion(out, 0, count, values);
     return count;

@@ -47,6 +47,12 @@ public final class Kesto2 {
      */
     public static native void Window_SetBatching(int window, boolean enabled);
     /**
+     * Partial redraw (off by default): each frame draws again only what changed since the picture
+     * in the back buffer, and a frame in which nothing changed draws and swaps nothing. The pixels
+     * are the same as whole frames'.
+     */
+    public static native void Window_SetPartialRedraw(int window, boolean enabled);
+    /**
      * The error lines the engine logged on this thread during the most recent call, or null when
      * that call logged none: the first, which names the cause, and when another followed it, the
      * last, from the outermost step ("cause; outer"). Every other call clears them as it starts.
@@ -57,11 +63,18 @@ public final class Kesto2 {
             STAT_TEXTURE_BINDS = 3, STAT_VERTICES = 4, STAT_TEXTURE_BYTES = 5,
             STAT_BREAK_TEXTURE = 6, STAT_BREAK_PROGRAM = 7, STAT_BREAK_BLEND = 8,
             STAT_BREAK_SCISSOR = 9, STAT_BREAK_TARGET = 10, STAT_BREAK_BLUR = 11,
-            STAT_BREAK_CUSTOM = 12, STAT_BREAK_FULL = 13, STAT_COUNT = 14;
+            STAT_BREAK_CUSTOM = 12, STAT_BREAK_FULL = 13, STAT_WHOLE = 14,
+            STAT_DAMAGED_PIXELS = 15, STAT_MESHES_SKIPPED = 16, STAT_FRAME_SKIPPED = 17,
+            STAT_COUNT = 18;
+    /** Values of {@link #STAT_WHOLE}: why a frame was drawn whole, or {@code WHOLE_NO}. */
+    public static final int WHOLE_NO = 0, WHOLE_OFF = 1, WHOLE_FIRST = 2, WHOLE_BACK_BUFFER = 3,
+            WHOLE_RESIZED = 4, WHOLE_CLEAR_COLOUR = 5, WHOLE_DAMAGE = 6, WHOLE_MEMORY = 7;
     /**
      * Fills {@code out} with what the window's last render drew: meshes, draw calls, batches,
      * texture binds, vertices, the bytes of all live GL textures, then how many batched runs each
-     * cause ended (texture, program, blend, scissor, target, blur, custom material, full buffer).
+     * cause ended (texture, program, blend, scissor, target, blur, custom material, full buffer),
+     * then for partial redraw: why the frame was drawn whole ({@code WHOLE_*}), the window pixels
+     * drawn again, the meshes left as they were, and 1 when nothing changed and nothing was drawn.
      * Returns the number of values written: 0 for a bad handle or a null array.
      */
     public static native int Window_GetFrameStatistics(int window, int[] out);

@@ -36,6 +36,26 @@ public final class FrameStatistics {
         return values[Kesto2.STAT_VERTICES];
     }
 
+    /** @return why the frame was drawn whole: one of {@code Kesto2.WHOLE_*}, WHOLE_NO if not */
+    public int whole() {
+        return values[Kesto2.STAT_WHOLE];
+    }
+
+    /** @return window pixels drawn again */
+    public int damagedPixels() {
+        return values[Kesto2.STAT_DAMAGED_PIXELS];
+    }
+
+    /** @return meshes partial redraw left as the back buffer held them */
+    public int meshesSkipped() {
+        return values[Kesto2.STAT_MESHES_SKIPPED];
+    }
+
+    /** @return whether nothing changed, so that nothing was drawn or swapped */
+    public boolean skipped() {
+        return values[Kesto2.STAT_FRAME_SKIPPED] != 0;
+    }
+
     /**
      * How many batched runs one cause ended.
      *
@@ -46,6 +66,8 @@ public final class FrameStatistics {
         return values[cause];
     }
 
+    private static final String[] WHOLE_NAMES = {"partial", "whole", "first picture",
+            "back buffer unknown", "resized", "clear colour", "large change", "out of memory"};
     private static final String[] BREAK_NAMES = {"texture", "program", "blend", "scissor", "target",
             "blur", "custom", "full"};
 
@@ -58,6 +80,14 @@ public final class FrameStatistics {
         for (int i = 0; i < BREAK_NAMES.length; ++i) {
             text.append(i == 0 ? " " : ", ").append(BREAK_NAMES[i]).append(' ')
                     .append(values[Kesto2.STAT_BREAK_TEXTURE + i]);
+        }
+        int whole = whole();
+        if (skipped()) {
+            text.append("; skipped, nothing changed");
+        } else if (whole != Kesto2.WHOLE_OFF) {
+            text.append(String.format("; %s, %d pixels drawn, %d meshes skipped",
+                    whole >= 0 && whole < WHOLE_NAMES.length ? WHOLE_NAMES[whole] : "?", damagedPixels(),
+                    meshesSkipped()));
         }
         return text.toString();
     }

@@ -39,6 +39,7 @@ public final class RenderLoop implements AutoCloseable {
     private int width;
     private int height;
     private int clearColor = 0xFF000000;
+    private boolean partialRedraw = true;
     private long requestedBinding;
     private long appliedBinding;
     private RuntimeException bindingFailure;
@@ -181,6 +182,27 @@ public final class RenderLoop implements AutoCloseable {
                 }
                 if (window != null) {
                     window.setClearColor(argb);
+                }
+            }
+        });
+    }
+
+    /**
+     * Partial redraw, on by default: frames draw only what changed, and a frame due when nothing
+     * changed draws and swaps nothing, so a paced loop over an idle scene costs next to nothing.
+     * See {@link Window#setPartialRedraw}.
+     *
+     * @param enabled whether frames draw only what changed
+     */
+    public void setPartialRedraw(final boolean enabled) {
+        post(new Runnable() {
+            @Override
+            public void run() {
+                synchronized (lock) {
+                    partialRedraw = enabled;
+                }
+                if (window != null) {
+                    window.setPartialRedraw(enabled);
                 }
             }
         });
@@ -378,10 +400,13 @@ public final class RenderLoop implements AutoCloseable {
         }
         if (target != null && !engine.isClosed()) {
             int colour;
+            boolean partial;
             synchronized (lock) {
                 colour = clearColor;
+                partial = partialRedraw;
             }
-            window = new Window(engine, target, targetWidth, targetHeight).setClearColor(colour);
+            window = new Window(engine, target, targetWidth, targetHeight).setClearColor(colour)
+                    .setPartialRedraw(partial);
             window.show(scene);
         }
     }

@@ -99,6 +99,19 @@ public final class Window extends EngineObject {
     }
 
     /**
+     * Partial redraw (off by default here, on in a {@link RenderLoop}): each frame draws again only
+     * what changed since the picture in the back buffer, and a frame in which nothing changed
+     * draws and swaps nothing. The pixels are the same as whole frames'.
+     *
+     * @param enabled whether to draw only what changed
+     * @return this window
+     */
+    public Window setPartialRedraw(boolean enabled) {
+        Kesto2.Window_SetPartialRedraw(handle(), enabled);
+        return this;
+    }
+
+    /**
      * After a frame call that failed: true when a loss of the context made it fail (the engine has
      * restored what it could: the frame is worth drawing again), otherwise throws its line. A
      * window's frames each see a loss once, whichever call met it.
