@@ -351,6 +351,33 @@ void RegisterPartial() {
     }
 }
 
+// What any partial frame costs at least on this platform, engine or not: a 32x32 scissored clear
+// and the swap, in the same window with the same preserved swap.
+void RegisterSwapFloor() {
+    benchmark::RegisterBenchmark(
+        "partial/floor",
+        [](benchmark::State& state) {
+            Window* window = TheWindow();
+            window->setPartialRedraw(true);
+            Renderer* renderer = window->context->renderer;
+            renderer->targetSurface(window->eglSurface, window->width, window->height);
+            int frame = 0;
+            for (auto _ : state) {
+                glEnable(GL_SCISSOR_TEST);
+                glScissor(100 + frame % 2, 100, 32, 32);
+                glClearColor(0.0f, static_cast<float>(++frame % 2), 1.0f, 1.0f);
+                glClear(GL_COLOR_BUFFER_BIT);
+                glDisable(GL_SCISSOR_TEST);
+                eglSwapBuffers(window->environment->eglDisplay, window->eglSurface);
+            }
+            window->setPartialRedraw(false);
+        })
+        ->MinTime(g->options.minTime)
+        ->MeasureProcessCPUTime()
+        ->UseRealTime()
+        ->Unit(benchmark::kMillisecond);
+}
+
 void RegisterHitTests() {
     for (int count : kSpriteCounts) {
         for (const bool miss : {true, false}) {
@@ -786,6 +813,10 @@ void PrintTable(const CollectingReporter& reporter, const MachineInfo& machine,
                change && changeCalls && *change < 5e-6 && *changeCalls == 0));
     add("  GL/EGL calls per level change", changeCalls ? Format("%.0f", *changeCalls) : na);
 
+    const auto floor = single("partial/floor");
+    const auto wholeOne = median("partial/one_of_1000/whole");
+    add("partial redraw floor: 32x32 clear + swap (plain EGL) / whole frame, N=1000",
+        floor && wholeOne ? Format("%.3f ms, %.3f", *floor * 1e3, *floor / *wholeOne) : na);
     for (const PartialCase& c : kPartialCases) {
         const auto partial = median(Format("partial/%s/partial", c.name));
         const auto whole = median(Format("partial/%s/whole", c.name));
@@ -980,6 +1011,7 @@ int main(int argc, char** argv) {
     RegisterFrames();
     RegisterUpdates();
     RegisterPartial();
+    RegisterSwapFloor();
     RegisterHitTests();
     RegisterMemory();
     RegisterUploads();

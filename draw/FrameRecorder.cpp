@@ -239,7 +239,7 @@ bool FrameRecorder::add(Renderer& renderer, DrawItem& item) {
     return true;
 }
 
-Damage::Rect FrameRecorder::boundsOf(const Record& record) const {
+Damage::Rect FrameRecorder::boundsOf(const Record& record, bool exact) const {
     const Pass& pass = passes_[record.pass];
     const float vx = static_cast<float>(pass.viewport[0]);
     const float vy = static_cast<float>(pass.viewport[1]);
@@ -253,7 +253,7 @@ Damage::Rect FrameRecorder::boundsOf(const Record& record) const {
         area = area.clip(record.scissor);
     }
     const VertexBuffer& vertices = *record.item.vertices;
-    if ((vertices.flags & VertexBuffer::HAS_POSITION) == 0) {
+    if (!exact || (vertices.flags & VertexBuffer::HAS_POSITION) == 0) {
         return area;
     }
     const float* mv = record.modelView.m;
@@ -294,11 +294,19 @@ Damage::Rect FrameRecorder::boundsOf(const Record& record) const {
         .clip(area);
 }
 
-void FrameRecorder::changed(Record& record, const Damage::Rect* old, Damage* damage) {
-    record.bounds = boundsOf(record);
+void FrameRecorder::unchanged(Record& record, const Trace& before) {
+    record.exact = true;
+    record.bounds = before.exact ? before.bounds : boundsOf(record, true);
+}
+
+void FrameRecorder::changed(Record& record, const Trace* before, Damage* damage) {
+    // Once half the window changed, the frame is drawn whole: the vertices need not be looked at
+    // until the mesh stays still for a frame.
+    record.exact = damage->area() * 2 < int64_t{width_} * height_;
+    record.bounds = boundsOf(record, record.exact);
     damage->add(record.bounds);
-    if (old != nullptr) {
-        damage->add(*old);
+    if (before != nullptr) {
+        damage->add(before->exact ? before->bounds : Damage::Rect{0, 0, width_, height_});
     }
 }
 
@@ -315,9 +323,9 @@ bool FrameRecorder::finish(Damage* damage, bool* changing) {
             Record& record = records_[same];
             const Trace& before = previous_[same];
             if (record.hash == before.hash) {
-                record.bounds = before.bounds;
+                unchanged(record, before);
             } else {
-                changed(record, &before.bounds, damage);
+                changed(record, &before, damage);
             }
         }
         if (same < count_ || same < previousCount_) {
@@ -330,8 +338,11 @@ bool FrameRecorder::finish(Damage* damage, bool* changing) {
     }
     previousValid_ = GrowArray(&previous_, 0, &previousCapacity_, count_, 1, kFirstRecords);
     if (previousValid_) {
+        previousExact_ = true;
         for (int32_t i = 0; i < count_; ++i) {
-            previous_[i] = Trace{records_[i].key, records_[i].hash, records_[i].bounds};
+            previous_[i] =
+                Trace{records_[i].key, records_[i].hash, records_[i].bounds, records_[i].exact};
+            previousExact_ = previousExact_ && records_[i].exact;
         }
         previousCount_ = count_;
     }
@@ -350,9 +361,7 @@ void FrameRecorder::matchByKey(int32_t from, Damage* damage) {
     if (!GrowArray(&table_, 0, &tableCapacity_, slots, 1, 16) ||
         !GrowArray(&matched_, 0, &matchedCapacity_, 3 * newCount, 1, kFirstRecords)) {
         // Without scratch memory: everything old and new is damage.
-        for (int32_t i = from; i < previousCount_; ++i) {
-            damage->add(previous_[i].bounds);
-        }
+        damage->add(Damage::Rect{0, 0, width_, height_});
         for (int32_t i = from; i < count_; ++i) {
             changed(records_[i], nullptr, damage);
         }
@@ -391,16 +400,17 @@ void FrameRecorder::matchByKey(int32_t from, Damage* damage) {
             continue;
         }
         if (record.hash == previous_[found].hash) {
-            record.bounds = previous_[found].bounds;
+            unchanged(record, previous_[found]);
         } else {
-            changed(record, &previous_[found].bounds, damage);
+            changed(record, &previous_[found], damage);
         }
         increasing = increasing && found > last;
         last = found;
     }
     for (int32_t slot = 0; slot < slots; ++slot) {
         if (table_[slot] >= 0) {
-            damage->add(previous_[table_[slot]].bounds);  // gone
+            const Trace& gone = previous_[table_[slot]];
+            damage->add(gone.exact ? gone.bounds : Damage::Rect{0, 0, width_, height_});
         }
     }
     if (increasing) {

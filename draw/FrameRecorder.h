@@ -58,6 +58,9 @@ class FrameRecorder final : public DrawSink {
     bool finish(Damage* damage, bool* changing);
     // The next frame is compared with nothing: all of it is new.
     void forget() { previousValid_ = false; }
+    // Whether every mesh's bounds in the frame recorded last are its own; if not, the next frame
+    // is worth recording even when nothing changed, to work them out while they hold still.
+    bool boundsExact() const { return previousExact_; }
     // Draws the recorded frame into the current target: with `region`, each of its rectangles
     // cleared to `clear` and drawn clipped to it; without, the whole target, as a walk draws it.
     void replay(Renderer& renderer, const Damage* region, const float clear[4], FrameStats* stats);
@@ -84,17 +87,24 @@ class FrameRecorder final : public DrawSink {
         uint64_t hash;
         uint64_t hashBeforePicture;
         Damage::Rect bounds;
+        // False: the bounds are the whole area the mesh may draw in, not worked out from its
+        // vertices (a frame already drawn whole needs none).
+        bool exact;
     };
     struct Trace {
         uint64_t key;
         uint64_t hash;
         Damage::Rect bounds;
+        bool exact;
     };
 
-    Damage::Rect boundsOf(const Record& record) const;
+    // The area the record may draw in (viewport, window, scissor) or, when `exact`, the part its
+    // vertices reach.
+    Damage::Rect boundsOf(const Record& record, bool exact) const;
     // Matches records with the previous frame's from `from` on, by key.
     void matchByKey(int32_t from, Damage* damage);
-    void changed(Record& record, const Damage::Rect* old, Damage* damage);
+    void unchanged(Record& record, const Trace& before);
+    void changed(Record& record, const Trace* before, Damage* damage);
 
     int32_t width_ = 0;
     int32_t height_ = 0;
@@ -117,6 +127,7 @@ class FrameRecorder final : public DrawSink {
     int32_t previousCount_ = 0;
     int32_t previousCapacity_ = 0;
     bool previousValid_ = false;
+    bool previousExact_ = false;
     // Scratch for matching: an open-addressed table of previous indices, and per record the
     // previous index it matched.
     int32_t* table_ = nullptr;

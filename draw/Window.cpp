@@ -251,7 +251,8 @@ bool Window::recordFrame(Renderer* renderer) {
     const uint32_t changes = SceneChangeCount();
     const bool sameSetup = havePicture_ && width == drawnWidth_ && height == drawnHeight_ &&
                            SameColour(clearColor, drawnClear_);
-    bool unchanged = sameSetup && !changing_ && recorded_ && changes == changesSeen_;
+    bool unchanged = sameSetup && !changing_ && recorded_ && changes == changesSeen_ &&
+                     recorder_.boundsExact();
     if (!unchanged) {
         renderer->sink = &recorder_;
         recorder_.begin(*renderer, width, height);

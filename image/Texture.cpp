@@ -118,9 +118,9 @@ bool FitsBuffer(int width, int height, int format, int scanlineBytes, int buffer
 // the one it replaces would stay in its context uncounted. A caller on the wrong thread is refused
 // before anything is touched. So is one whose context was lost under it (still current here until
 // the engine replaces it): a name made there would outlive the context unnoticed.
-bool GlContextCurrent(const char* caller) {
-    if (Context::Current() != nullptr) {
-        return true;
+Context* GlContextCurrent(const char* caller) {
+    if (Context* current = Context::Current()) {
+        return current;
     }
     if (eglGetCurrentContext() == EGL_NO_CONTEXT) {
         KLOGE("%s NG - no GL context is current on this thread", caller);
@@ -128,8 +128,22 @@ bool GlContextCurrent(const char* caller) {
         KLOGE("%s NG - the GL context current on this thread is not the engine's, or was lost",
               caller);
     }
-    return false;
+    return nullptr;
 }
+
+// Holds the context found for one GL operation, so that the steps inside it (deleting the old
+// name, counting the new one) need not ask EGL again.
+class ContextScope {
+  public:
+    ContextScope(Context** slot, Context* current) : slot_(slot), saved_(*slot) { *slot = current; }
+    ~ContextScope() { *slot_ = saved_; }
+    ContextScope(const ContextScope&) = delete;
+    ContextScope& operator=(const ContextScope&) = delete;
+
+  private:
+    Context** slot_;
+    Context* saved_;
+};
 
 }  // namespace
 
@@ -171,7 +185,7 @@ void Texture::deinit() {
 void Texture::adoptName(int32_t bytes) {
     GLTexturesCount.fetch_add(1, std::memory_order_relaxed);
     GLTexturesBytes.fetch_add(bytes, std::memory_order_relaxed);
-    Context* context = Context::Current();
+    Context* context = current_ != nullptr ? current_ : Context::Current();
     glContext_ = context != nullptr ? &context->glObjects : nullptr;
     pictureLost_ = false;
     pictureChanged();
@@ -267,9 +281,11 @@ bool Texture::setupByRawBufferAndRealize(const Bitmap::BitmapInfo& bitmapInfo) {
         KLOGE("setupByRawBufferAndRealize NG - inputNativeBitmapValid");
         return false;
     }
-    if (!GlContextCurrent("setupByRawBufferAndRealize")) {
+    Context* current = GlContextCurrent("setupByRawBufferAndRealize");
+    if (current == nullptr) {
         return false;
     }
+    const ContextScope scope(&current_, current);
     recordSize(bitmapInfo.width, bitmapInfo.height);
     const bool realized =
         createRenderTextureImpl(bitmapInfo.width, bitmapInfo.height, bitmapInfo.width,
@@ -320,9 +336,11 @@ bool Texture::createRenderTexture() {
     if (!uploadPending()) {
         return false;
     }
-    if (!GlContextCurrent("createRenderTexture")) {
+    Context* current = GlContextCurrent("createRenderTexture");
+    if (current == nullptr) {
         return false;
     }
+    const ContextScope scope(&current_, current);
     // Drain the ring: only the newest queued bitmap survives.
     Bitmap queued;
     while (auto* item = inputBitmapsQueue.popBegin()) {
@@ -398,7 +416,8 @@ void Texture::destroyRenderTexture() {
     if (renderTextureHandle != 0) {
         // In another context, or the one that replaced a lost one, the name may be another
         // texture; the texture's own context deletes it when it goes.
-        if (glContext_ == nullptr || glContext_->context->isCurrent()) {
+        if (glContext_ == nullptr || (current_ != nullptr ? current_ == glContext_->context
+                                                          : glContext_->context->isCurrent())) {
             glDeleteTextures(1, &renderTextureHandle);
         }
         glContext_ = nullptr;
@@ -412,9 +431,11 @@ void Texture::destroyRenderTexture() {
 }
 
 bool Texture::realizeBlankTexture(int format, int width, int height) {
-    if (!GlContextCurrent("realizeBlankTexture")) {
+    Context* current = GlContextCurrent("realizeBlankTexture");
+    if (current == nullptr) {
         return false;
     }
+    const ContextScope scope(&current_, current);
     deinit();
     if (!init()) {
         KLOGE("realizeBlankTexture init NG");
@@ -464,9 +485,11 @@ bool Texture::realizeBlankTexture(int format, int width, int height) {
 }
 
 bool Texture::realizeSubTexture(int x, int y, const Bitmap::BitmapInfo& bitmapInfo) {
-    if (!GlContextCurrent("realizeSubTexture")) {
+    Context* current = GlContextCurrent("realizeSubTexture");
+    if (current == nullptr) {
         return false;
     }
+    const ContextScope scope(&current_, current);
     if (renderTextureHandle == 0 || bitmapInfo.buffer == nullptr || x < 0 || y < 0 ||
         bitmapInfo.width <= 0 || bitmapInfo.height <= 0) {
         KLOGE(
@@ -512,9 +535,11 @@ bool Texture::realizeSubTexture(int x, int y, const Bitmap::BitmapInfo& bitmapIn
 
 GLuint Texture::createOESTexture() {
     KLOGI("Kesto2_Texture::createOESTexture++");
-    if (!GlContextCurrent("createOESTexture")) {
+    Context* current = GlContextCurrent("createOESTexture");
+    if (current == nullptr) {
         return 0;
     }
+    const ContextScope scope(&current_, current);
     isOESTexture = true;
     destroyRenderTexture();
     glGenTextures(1, &renderTextureHandle);

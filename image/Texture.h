@@ -114,6 +114,8 @@ class Texture final : public LinkTarget, public TextureSource {
 
     bool filterPending_ = false;
     bool pictureLost_ = false;
+    // The engine's context current during a GL operation of the texture, else null.
+    Context* current_ = nullptr;
     WatchedLink<ContextObjects, Texture, &Texture::contextGoing> glContext_{this};
 };
 
