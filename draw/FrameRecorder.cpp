@@ -19,20 +19,29 @@ constexpr int32_t kFirstRecords = 256;
 // Marks values that stand for "new this frame": never a picture version, which has 32 bits.
 constexpr uint64_t kUnique = 1ull << 63;
 
+// Each step, a multiplication by an odd number, is one to one: a record differing from the one
+// before in a single word always hashes differently.
 struct Hasher {
     uint64_t value = 0x243F6A8885A308D3ull;
 
-    void add(uint64_t word) {
-        value = (value ^ word) * kMix;
-        value ^= value >> 29;
-    }
-    void addFloat(float f) {
-        uint32_t bits;
-        std::memcpy(&bits, &f, sizeof bits);
-        add(bits);
+    void add(uint64_t word) { value = (value ^ word) * kMix; }
+    void addFloats(float high, float low) {
+        uint32_t bits[2];
+        std::memcpy(&bits[0], &high, sizeof high);
+        std::memcpy(&bits[1], &low, sizeof low);
+        add(uint64_t{bits[0]} << 32 | bits[1]);
     }
     void addBytes(const void* data, size_t bytes) {
         const uint8_t* p = static_cast<const uint8_t*>(data);
+        // Two independent lanes: each multiply waits for the one before it in its own lane only.
+        uint64_t other = 0x13198A2E03707344ull;
+        for (; bytes >= 16; bytes -= 16, p += 16) {
+            uint64_t words[2];
+            std::memcpy(words, p, 16);
+            value = (value ^ words[0]) * kMix;
+            other = (other ^ words[1]) * kMix;
+        }
+        add(other);
         for (; bytes >= 8; bytes -= 8, p += 8) {
             uint64_t word;
             std::memcpy(&word, p, 8);
@@ -207,16 +216,13 @@ bool FrameRecorder::add(Renderer& renderer, DrawItem& item) {
                                    size_t{vertices->vertexCount} * std::max(vertices->stride, 0)));
     ShaderProgram* program = item.program;
     hash.add(reinterpret_cast<uintptr_t>(program));
-    hash.add(program != nullptr ? program->glProgram : 0);
     hash.add(reinterpret_cast<uintptr_t>(source));
-    hash.add(item.texture);
-    hash.add(static_cast<uint64_t>(described.textureKind) << 32 |
+    hash.add(uint64_t{program != nullptr ? program->glProgram : 0} << 32 | item.texture);
+    hash.add(static_cast<uint64_t>(described.textureKind) << 40 | uint64_t{item.hasUniforms} << 32 |
              static_cast<uint32_t>(item.rgbOperation));
-    hash.addFloat(item.red);
-    hash.addFloat(item.green);
-    hash.addFloat(item.blue);
-    hash.addFloat(item.alpha);
-    hash.add(item.uniformHash ^ (item.hasUniforms ? 1 : 0));
+    hash.addFloats(item.red, item.green);
+    hash.addFloats(item.blue, item.alpha);
+    hash.add(item.uniformHash);
     if (item.textureTransform != nullptr) {
         hash.addBytes(item.textureTransform, 16 * sizeof(float));
     }

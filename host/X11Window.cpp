@@ -29,13 +29,16 @@ bool X11WindowExists(unsigned long xid) {
     if (probe == nullptr) {
         return false;
     }
-    // One round trip: the connection makes no other requests, and the error for a missing
-    // window arrives while the request waits for its reply.
+    // One round trip (a geometry request; the window's attributes would take two): the connection
+    // makes no other requests, and the error for a missing window arrives while the request waits
+    // for its reply.
     std::lock_guard<std::mutex> guard(g_probeLock);
     g_probeFailed = false;
     XErrorHandler previous = XSetErrorHandler(RecordProbeError);
-    XWindowAttributes attributes;
-    const Status found = XGetWindowAttributes(probe, xid, &attributes);
+    ::Window root;
+    int x, y;
+    unsigned int width, height, border, depth;
+    const Status found = XGetGeometry(probe, xid, &root, &x, &y, &width, &height, &border, &depth);
     XSetErrorHandler(previous);
     return found != 0 && !g_probeFailed;
 }
