@@ -254,6 +254,18 @@ TEST_P(PartialRedrawTest, WhatMakesAFrameWholeOrSkipped) {
     EXPECT_TRUE(test::Near(test::Pixel{0, 255, 0, 255}, At(340, 400)));
     window->present();
 
+    // Two overlapping sprites trade places in the draw order, nothing else about them changing.
+    scene->rootNode.setChildrenRenderOrderMode(1);
+    Sprite* red = AddSprite(&scene->rootNode, Solid(0xFF0000FFu));
+    red->setPosition(Vector(150, 0, 0));
+    red->setRenderOrder(1);
+    Frames(kHeight);
+    red->setRenderOrder(-1);
+    window->render();
+    EXPECT_EQ(FrameStats::WHOLE_NO, window->frameStats().whole);
+    EXPECT_TRUE(test::Near(test::Pixel{0, 255, 0, 255}, At(365, 400)));
+    window->present();
+
     const struct {
         const char* what;
         std::function<void()> change;
