@@ -258,31 +258,31 @@ void Context::recoverFromLoss(const char* reportedBy, EGLSurface surface) {
     KLOGI("GL context recreated after a loss (%u so far)", lossCount);
 }
 
+bool Context::failed(const char* call, EGLSurface surface, bool lossKnown) {
+    const EGLint error = lossKnown ? EGL_CONTEXT_LOST : eglGetError();
+    if (error == EGL_CONTEXT_LOST) {
+        recoverFromLoss(call, surface);
+    } else {
+        KLOGE("%s NG %08X", call, error);
+    }
+    return false;
+}
+
 bool Context::makeCurrent(EGLSurface surface) {
     if (lossPending_ || lost_) {
-        recoverFromLoss("eglMakeCurrent", surface);
-        return false;
+        return failed("eglMakeCurrent", surface, true);
     }
     if (eglContext == EGL_NO_CONTEXT) {
         KLOGE("makeCurrent NG - null context");
         return false;
     }
-    if (eglMakeCurrent(environment->eglDisplay, surface, surface, eglContext)) {
-        return true;
-    }
-    const EGLint error = eglGetError();
-    if (error == EGL_CONTEXT_LOST) {
-        recoverFromLoss("eglMakeCurrent", surface);
-    } else {
-        KLOGE("eglMakeCurrent NG %08X", error);
-    }
-    return false;
+    return eglMakeCurrent(environment->eglDisplay, surface, surface, eglContext) ||
+           failed("eglMakeCurrent", surface, false);
 }
 
 bool Context::swapBuffers(EGLSurface surface, EGLint* rects, EGLint count) {
     if (lossPending_ || lost_) {
-        recoverFromLoss("eglSwapBuffers", surface);
-        return false;
+        return failed("eglSwapBuffers", surface, true);
     }
     const EGLDisplay display = environment->eglDisplay;
     if (rects != nullptr && !swapWithDamageLooked_) {
@@ -302,13 +302,7 @@ bool Context::swapBuffers(EGLSurface surface, EGLint* rects, EGLint count) {
                              ? swapWithDamage_(display, surface, rects, count)
                              : eglSwapBuffers(display, surface);
     if (!swapped) {
-        const EGLint error = eglGetError();
-        if (error == EGL_CONTEXT_LOST) {
-            recoverFromLoss("eglSwapBuffers", surface);
-        } else {
-            KLOGE("eglSwapBuffers NG %08X", error);
-        }
-        return false;
+        return failed("eglSwapBuffers", surface, false);
     }
     if (robust_ && !resetQueryLooked_) {
         resetQueryLooked_ = true;

@@ -107,6 +107,9 @@ class Context : public LinkTarget {
     void destroyEglContext();
     // Logs the loss once, forgets the GL objects, then makes a new context current on `surface`.
     void recoverFromLoss(const char* reportedBy, EGLSurface surface);
+    // After a failed EGL call, or one refused for a loss already known: recovers from a loss or
+    // logs the error. Always false.
+    bool failed(const char* call, EGLSurface surface, bool lossKnown);
     void forgetGLObjects();
 
     bool lost_ = false;

@@ -147,21 +147,12 @@ class ContextLossTest : public test::SceneWindowTest {
     // Draws a frame and reads the whole back buffer before presenting it.
     std::vector<uint8_t> Frame(bool* presented = nullptr) {
         window->render();
-        std::vector<uint8_t> pixels(size_t{kWidth} * kHeight * 4);
-        glReadPixels(0, 0, kWidth, kHeight, GL_RGBA, GL_UNSIGNED_BYTE, pixels.data());
+        std::vector<uint8_t> pixels = ReadWindow();
         const bool shown = window->present();
         if (presented != nullptr) {
             *presented = shown;
         }
         return pixels;
-    }
-
-    static int Differing(const std::vector<uint8_t>& a, const std::vector<uint8_t>& b) {
-        int count = 0;
-        for (size_t i = 0; i + 3 < a.size() && a.size() == b.size(); i += 4) {
-            count += std::memcmp(&a[i], &b[i], 4) != 0 ? 1 : 0;
-        }
-        return a.size() == b.size() ? count : -1;
     }
 
     // A new scene showing one opaque sprite of the texture, 200 pixels square in the middle.
@@ -241,7 +232,7 @@ TEST_P(ContextLossTest, TheFrameAfterALossIsTheFrameBeforeIt) {
         Restore();
         const std::vector<uint8_t> after = Frame(&presented);
         EXPECT_TRUE(presented);
-        EXPECT_EQ(0, Differing(before, after)) << "pixels differing from the frame before";
+        EXPECT_EQ(0, DifferingPixels(before, after)) << "pixels differing from the frame before";
         EXPECT_GT(test::ResourceCounters::Now()["GLProgram"], 0);
         EXPECT_GT(context->vertexBufferCount, 0);
         EXPECT_EQ(GLenum(GL_NO_ERROR), glGetError());

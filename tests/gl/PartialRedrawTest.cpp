@@ -47,20 +47,14 @@ class PartialRedrawTest : public test::SceneWindowTest {
         SceneWindowTest::TearDown();
     }
 
-    std::vector<uint8_t> Read(int height) {
-        std::vector<uint8_t> pixels(size_t{kWidth} * height * 4);
-        glReadPixels(0, 0, kWidth, height, GL_RGBA, GL_UNSIGNED_BYTE, pixels.data());
-        return pixels;
-    }
-
     // Both windows draw the frame; the pixels each would show, partial first.
     std::pair<std::vector<uint8_t>, std::vector<uint8_t>> Frames(int height) {
         window->render();
         window->prepareToRead();
-        auto partial = Read(height);
+        auto partial = ReadWindow(height);
         EXPECT_TRUE(window->present());
         whole_->render();
-        auto drawn = Read(height);
+        auto drawn = ReadWindow(height);
         EXPECT_TRUE(whole_->present());
         return {std::move(partial), std::move(drawn)};
     }
@@ -208,11 +202,7 @@ TEST_P(PartialRedrawTest, RandomChangesDrawTheSamePixelsAsWholeFrames) {
             }
         }
         const auto [partial, drawn] = Frames(height);
-        int differing = 0;
-        for (size_t i = 0; i < partial.size(); i += 4) {
-            differing += std::memcmp(&partial[i], &drawn[i], 4) != 0 ? 1 : 0;
-        }
-        ASSERT_EQ(0, differing) << "pixels differing from the whole frame";
+        ASSERT_EQ(0, DifferingPixels(partial, drawn)) << "pixels differing from the whole frame";
         const FrameStats& stats = window->frameStats();
         skippedFrames += stats.skipped;
         partialFrames += stats.whole == FrameStats::WHOLE_NO && stats.skipped == 0 ? 1 : 0;

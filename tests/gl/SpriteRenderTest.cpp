@@ -427,9 +427,7 @@ TEST_P(PathsMatchTest, BatchedFrameEqualsPerMeshFrameWithFewerDraws) {
         window->render();
         window->render();
         *stats = window->frameStats();
-        std::vector<uint8_t> pixels(kWidth * kHeight * 4);
-        glReadPixels(0, 0, kWidth, kHeight, GL_RGBA, GL_UNSIGNED_BYTE, pixels.data());
-        return pixels;
+        return ReadWindow();
     };
     FrameStats perMesh, batched;
     const std::vector<uint8_t> expected = frame(false, &perMesh);

@@ -43,6 +43,23 @@ void SceneWindowTest::TearDown() {
     GlTest::TearDown();
 }
 
+std::vector<uint8_t> SceneWindowTest::ReadWindow(int height) {
+    std::vector<uint8_t> pixels(size_t{kWidth} * height * 4);
+    glReadPixels(0, 0, kWidth, height, GL_RGBA, GL_UNSIGNED_BYTE, pixels.data());
+    return pixels;
+}
+
+int SceneWindowTest::DifferingPixels(const std::vector<uint8_t>& a, const std::vector<uint8_t>& b) {
+    if (a.size() != b.size()) {
+        return -1;
+    }
+    int count = 0;
+    for (size_t i = 0; i + 3 < a.size(); i += 4) {
+        count += std::memcmp(&a[i], &b[i], 4) != 0 ? 1 : 0;
+    }
+    return count;
+}
+
 std::string PathName(const ::testing::TestParamInfo<bool>& info) {
     return info.param ? "batched" : "perMesh";
 }

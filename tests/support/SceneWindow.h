@@ -57,6 +57,10 @@ class SceneWindowTest : public GlTest, public ::testing::WithParamInterface<bool
                       bool layerZeroOnTop = true);
     // A pixel of the window's back buffer, y down from the top.
     Pixel At(int x, int y) { return ReadPixel(x, kHeight - 1 - y); }
+    // The bottom `height` rows of the current surface, RGBA.
+    static std::vector<uint8_t> ReadWindow(int height = kHeight);
+    // How many pixels two reads hold differently; -1 when their sizes differ.
+    static int DifferingPixels(const std::vector<uint8_t>& a, const std::vector<uint8_t>& b);
 
     std::unique_ptr<host::X11Window> native;
     ANativeWindow* nativeWindow = nullptr;  // one reference, released at tear-down
