@@ -9,12 +9,67 @@ namespace kesto::host {
 
 namespace {
 
-std::mutex g_probeLock;
-bool g_probeFailed = false;
+// Windows asked about are watched: the probe connection is told when one goes, so that asking
+// again costs no round trip, as asking an Android window its size costs no call to the compositor.
+// A round trip here would also wait for the server to finish the last swap's pixels.
+constexpr int kWatchedWindows = 64;
 
-int RecordProbeError(Display*, XErrorEvent*) {
-    g_probeFailed = true;
+// Guards the watched windows and the process's X error handler, which is swapped while asking.
+std::mutex g_probeLock;
+bool g_errorSeen = false;
+unsigned long g_watched[kWatchedWindows] = {};
+int g_watchedCount = 0;
+
+int RecordError(Display*, XErrorEvent*) {
+    g_errorSeen = true;
     return 0;
+}
+
+// X errors about a missing window must not end the process (Xlib's own handler exits): while
+// one of these lives, with g_probeLock held, they are noted instead.
+class ErrorTrap {
+  public:
+    ErrorTrap() : previous_(XSetErrorHandler(RecordError)) { g_errorSeen = false; }
+    ~ErrorTrap() { XSetErrorHandler(previous_); }
+    ErrorTrap(const ErrorTrap&) = delete;
+    ErrorTrap& operator=(const ErrorTrap&) = delete;
+    bool caught() const { return g_errorSeen; }
+
+  private:
+    XErrorHandler previous_;
+};
+
+// One connection for the queries, which makes no requests of its own between them.
+Display* Probe() {
+    static Display* probe = XOpenDisplay(nullptr);
+    return probe;
+}
+
+int WatchedIndex(unsigned long xid) {
+    for (int i = 0; i < g_watchedCount; ++i) {
+        if (g_watched[i] == xid) {
+            return i;
+        }
+    }
+    return -1;
+}
+
+void Unwatch(unsigned long xid) {
+    const int index = WatchedIndex(xid);
+    if (index >= 0) {
+        g_watched[index] = g_watched[--g_watchedCount];
+    }
+}
+
+// Takes in the destructions the server has sent so far, without waiting for any.
+void ReadDestructions(Display* probe) {
+    while (XEventsQueued(probe, QueuedAfterReading) > 0) {
+        XEvent event;
+        XNextEvent(probe, &event);
+        if (event.type == DestroyNotify) {
+            Unwatch(event.xdestroywindow.window);
+        }
+    }
 }
 
 }  // namespace
@@ -23,24 +78,36 @@ bool X11WindowExists(unsigned long xid) {
     if (xid == 0) {
         return false;
     }
-    // One connection for the queries; X errors for a missing window must not end the process,
-    // so a handler of our own is in place while asking.
-    static Display* probe = XOpenDisplay(nullptr);
+    Display* probe = Probe();
     if (probe == nullptr) {
         return false;
     }
-    // One round trip (a geometry request; the window's attributes would take two): the connection
-    // makes no other requests, and the error for a missing window arrives while the request waits
-    // for its reply.
     std::lock_guard<std::mutex> guard(g_probeLock);
-    g_probeFailed = false;
-    XErrorHandler previous = XSetErrorHandler(RecordProbeError);
-    ::Window root;
-    int x, y;
-    unsigned int width, height, border, depth;
-    const Status found = XGetGeometry(probe, xid, &root, &x, &y, &width, &height, &border, &depth);
-    XSetErrorHandler(previous);
-    return found != 0 && !g_probeFailed;
+    ReadDestructions(probe);
+    if (WatchedIndex(xid) >= 0) {
+        return true;
+    }
+    // First question about this window: one round trip, which also asks to hear of its end. The
+    // error for a missing window arrives while the request waits.
+    const bool watch = g_watchedCount < kWatchedWindows;
+    ErrorTrap trap;
+    bool answered = true;
+    if (watch) {
+        XSelectInput(probe, xid, StructureNotifyMask);
+        XSync(probe, False);
+    } else {
+        ::Window root;
+        int x, y;
+        unsigned int width, height, border, depth;
+        answered = XGetGeometry(probe, xid, &root, &x, &y, &width, &height, &border, &depth) != 0;
+    }
+    if (!answered || trap.caught()) {
+        return false;
+    }
+    if (watch) {
+        g_watched[g_watchedCount++] = xid;
+    }
+    return true;
 }
 
 std::unique_ptr<X11Window> X11Window::Open(int width, int height, const char* title) {
@@ -91,8 +158,14 @@ X11Window::~X11Window() {
 
 void X11Window::destroyWindow() {
     if (window_ != 0) {
-        XDestroyWindow(display_, window_);
-        XSync(display_, False);
+        std::lock_guard<std::mutex> guard(g_probeLock);
+        {
+            ErrorTrap trap;  // another client may have destroyed it already
+            XDestroyWindow(display_, window_);
+            XSync(display_, False);
+        }
+        // The probe hears of it a moment later: the next question must not meet it alive.
+        Unwatch(window_);
         window_ = 0;
     }
 }

@@ -9,7 +9,8 @@ struct _XDisplay;
 
 namespace kesto::host {
 
-// Whether an X window with this id exists on DISPLAY (a round trip to the server).
+// Whether an X window with this id exists on DISPLAY: a round trip the first time a window is
+// asked about, then none while it lives (its destruction arrives as an event).
 bool X11WindowExists(unsigned long xid);
 
 class X11Window {
@@ -21,8 +22,9 @@ class X11Window {
     X11Window(const X11Window&) = delete;
     X11Window& operator=(const X11Window&) = delete;
 
-    // Destroys the X window at once but keeps the connection until the object goes: closing it
-    // would free the id for the next client to connect, whose first window could take it.
+    // Destroys the X window at once (it may be gone already) but keeps the connection until the
+    // object goes: closing it would free the id for the next client to connect, whose first window
+    // could take it.
     void destroyWindow();
     // The X window id, usable as EGLNativeWindowType.
     unsigned long id() const { return window_; }

@@ -49,7 +49,7 @@ if(KESTO_ASAN_TESTS)
                                ${KESTO_LOG_INCLUDE_DIR} ${KESTO_JNI_INCLUDE_DIRS})
     target_compile_options(kesto_test_support_asan PUBLIC ${asan_flags}
                            PRIVATE -Wno-maybe-uninitialized)
-    target_link_libraries(kesto_test_support_asan PUBLIC GTest::gtest)
+    target_link_libraries(kesto_test_support_asan PUBLIC GTest::gtest X11::X11)
 
     # halt_on_error: the first report ends the test. LeakSanitizer checks at exit, also in the
     # children of the death tests. No suppressions: with Mesa's driver kept loaded

@@ -2,6 +2,9 @@
 // terminated under a live context. Memory running out: jvm.AllocationFaultTest.
 #include <gtest/gtest.h>
 
+#include <chrono>
+#include <thread>
+
 #include "draw/Window.h"
 #include "gl/Renderer.h"
 #include "host/HostNativeWindow.h"
@@ -9,6 +12,7 @@
 #include "scene/Scene.h"
 #include "tests/support/GlFixture.h"
 #include "tests/support/LogCapture.h"
+#include "tests/support/XClient.h"
 
 namespace kesto {
 namespace {
@@ -16,40 +20,60 @@ namespace {
 using test::LogCapture;
 using FaultTest = test::GlTest;
 
-TEST_F(FaultTest, WindowVanishingUnderABoundSurface) {
-    std::unique_ptr<host::X11Window> x11 = host::X11Window::Open(200, 100, "vanishing");
-    ASSERT_NE(nullptr, x11);
-    ANativeWindow* native = KestoHost_ANativeWindow_fromXWindow(x11->id(), 200, 100);
-    Window window(env, context);
-    Scene scene(env);
-    window.defaultViewport.linkCamera(&scene.defaultCamera);
-    ASSERT_TRUE(window.bindSurface(native, 200, 100));
-    window.render();
-    ASSERT_TRUE(window.present());
-
-    x11->destroyWindow();  // behind the engine's back
-    LogCapture log;
-    bool presented = true;
-    for (int frame = 0; frame < 5; ++frame) {
-        window.render();
-        presented = window.present() && presented;
+// Another client destroying the window is only heard of through an event: wait for it, a while at
+// most.
+bool DestroyFromAnotherClient(unsigned long xid, ANativeWindow* native) {
+    if (!test::DestroyXWindowElsewhere(xid)) {
+        return false;
     }
-    EXPECT_FALSE(presented);
-    EXPECT_EQ(5, log.count("KestoWnd", 'E', "render NG - native window lost"));
-    EXPECT_EQ(5, log.count("KestoWnd", 'E', "present NG - native window lost"));
-    window.unbindSurface();
-    ANativeWindow_release(native);
+    for (int wait = 0; wait < 2000 && ANativeWindow_getWidth(native) >= 0; ++wait) {
+        std::this_thread::sleep_for(std::chrono::milliseconds(1));
+    }
+    return ANativeWindow_getWidth(native) < 0;
+}
 
-    // A new window binds and draws as before.
-    std::unique_ptr<host::X11Window> fresh = host::X11Window::Open(200, 100, "fresh");
-    ANativeWindow* freshNative = KestoHost_ANativeWindow_fromXWindow(fresh->id(), 200, 100);
-    window.setClearColor(0, 1, 0, 1);
-    ASSERT_TRUE(window.bindSurface(freshNative, 200, 100));
-    window.render();
-    EXPECT_EQ((std::array<uint8_t, 4>{0, 255, 0, 255}), test::ReadPixel(10, 10));
-    EXPECT_TRUE(window.present());
-    window.unbindSurface();
-    ANativeWindow_release(freshNative);
+TEST_F(FaultTest, WindowVanishingUnderABoundSurface) {
+    for (const bool byThisProcess : {true, false}) {
+        SCOPED_TRACE(byThisProcess ? "destroyed by this process" : "destroyed by another client");
+        std::unique_ptr<host::X11Window> x11 = host::X11Window::Open(200, 100, "vanishing");
+        ASSERT_NE(nullptr, x11);
+        ANativeWindow* native = KestoHost_ANativeWindow_fromXWindow(x11->id(), 200, 100);
+        Window window(env, context);
+        Scene scene(env);
+        window.defaultViewport.linkCamera(&scene.defaultCamera);
+        ASSERT_TRUE(window.bindSurface(native, 200, 100));
+        window.render();
+        ASSERT_TRUE(window.present());
+
+        // Behind the engine's back.
+        if (byThisProcess) {
+            x11->destroyWindow();
+        } else {
+            ASSERT_TRUE(DestroyFromAnotherClient(x11->id(), native));
+        }
+        LogCapture log;
+        bool presented = true;
+        for (int frame = 0; frame < 5; ++frame) {
+            window.render();
+            presented = window.present() && presented;
+        }
+        EXPECT_FALSE(presented);
+        EXPECT_EQ(5, log.count("KestoWnd", 'E', "render NG - native window lost"));
+        EXPECT_EQ(5, log.count("KestoWnd", 'E', "present NG - native window lost"));
+        window.unbindSurface();
+        ANativeWindow_release(native);
+
+        // A new window binds and draws as before.
+        std::unique_ptr<host::X11Window> fresh = host::X11Window::Open(200, 100, "fresh");
+        ANativeWindow* freshNative = KestoHost_ANativeWindow_fromXWindow(fresh->id(), 200, 100);
+        window.setClearColor(0, 1, 0, 1);
+        ASSERT_TRUE(window.bindSurface(freshNative, 200, 100));
+        window.render();
+        EXPECT_EQ((std::array<uint8_t, 4>{0, 255, 0, 255}), test::ReadPixel(10, 10));
+        EXPECT_TRUE(window.present());
+        window.unbindSurface();
+        ANativeWindow_release(freshNative);
+    }
 }
 
 // The display is terminated under a context the environment does not own.
