@@ -184,8 +184,8 @@ void Window::render() {
     const bool lostSince = context->lossCount != lossesSeen_;
     // A loss already known is met by drawing: skipping would hide it.
     const bool replay = partialRedraw_ && !lostSince && !context->lost();
-    // A frame that draws nothing does not ask after the native window either (on the desktop
-    // that is a round trip to the X server); the next frame that draws does.
+    // A frame that draws nothing does not ask after the native window either, so that it makes no
+    // call at all; the next frame that draws does.
     if (replay && recordFrame(renderer)) {
         return;
     }
